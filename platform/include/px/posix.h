@@ -1,0 +1,46 @@
+// Controls of the POSIX platform library that Windows has no call for: the
+// system root that stands in for drive C and the registry, the mapping of
+// Windows paths into it, and the table of system calls that tests replace to
+// make a file operation or an allocation fail on purpose.
+#pragma once
+
+#include "win32.h"
+
+#include <sys/types.h>
+
+#ifndef _WIN32
+
+// The system root: a folder holding drive_c/ and printers/. Chosen by
+// PxSetSystemRoot, else the environment variable PUMEX_ROOT, else the default
+// compiled into the library. Returns the root in use, without a trailing slash.
+PX_API const char* PxGetSystemRoot(void);
+// Selects the system root for the rest of the process (null: back to the default
+// choice). Creates the standard folders (drive_c/ProgramData, drive_c/windows/...,
+// printers) when they are missing. Returns FALSE when the folder cannot be made.
+PX_API BOOL PxSetSystemRoot(const char* root);
+
+// Maps a Windows path to a POSIX path: "C:\a\b" -> "<root>/drive_c/a/b" (any
+// drive letter, lower-cased), backslashes to slashes; a POSIX absolute path
+// passes through. Returns FALSE when the result does not fit cap bytes.
+PX_API BOOL PxMapPath(const char* winPath, char* out, size_t cap);
+PX_API BOOL PxMapPathW(const WCHAR* winPath, char* out, size_t cap);
+
+// System calls behind the platform library. Tests replace entries to inject
+// faults and restore them with PxResetSyscalls.
+struct PxSyscalls {
+    int (*open)(const char* path, int flags, mode_t mode);
+    ssize_t (*write)(int fd, const void* buf, size_t n);
+    ssize_t (*read)(int fd, void* buf, size_t n);
+    int (*close)(int fd);
+    int (*mkdir)(const char* path, mode_t mode);
+    int (*rename)(const char* from, const char* to);
+    void* (*calloc)(size_t n, size_t size);
+};
+PX_API PxSyscalls* PxGetSyscalls(void);
+PX_API void PxResetSyscalls(void);
+
+// Checks a printer file (printers/<name>.json of the root) against its schema.
+// Returns TRUE when valid; otherwise FALSE and a message naming the file and key.
+PX_API BOOL PxValidatePrinterFile(const char* path, char* message, size_t cap);
+
+#endif

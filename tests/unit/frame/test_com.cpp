@@ -1,0 +1,211 @@
+// The class factory, the plug-in object's identity and its fixed answers.
+#include "fake_unidrv.h"
+#include "diag/diag.h"
+#include "frame/oemuni.h"
+#include "testkit.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+IPrintOemUni* createPlugin()
+{
+    IClassFactory* factory = nullptr;
+    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
+    IPrintOemUni* plugin = nullptr;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IPrintOemUni, reinterpret_cast<void**>(&plugin)), S_OK);
+    factory->Release();
+    return plugin;
+}
+
+TEST(ClassFactory, ServesOnlyThePluginClass)
+{
+    void* p = reinterpret_cast<void*>(1);
+    CLSID other = CLSID_OEMRENDER;
+    other.Data1 ^= 1;
+    EXPECT_EQ(DllGetClassObject(other, IID_IClassFactory, &p), CLASS_E_CLASSNOTAVAILABLE);
+
+    IUnknown* unknown = nullptr;
+    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
+    ASSERT_NE(unknown, nullptr);
+    EXPECT_EQ(unknown->Release(), 0u);
+
+    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IPrintOemUni, &p), E_NOINTERFACE);
+    EXPECT_EQ(p, nullptr);
+}
+
+TEST(ClassFactory, RefusesAggregationAndUnknownInterfaces)
+{
+    IClassFactory* factory = nullptr;
+    ASSERT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
+    LONG before = gComponentCount;
+    void* p = nullptr;
+    fake::DriverUni outer;
+    EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintOemUni, &p), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &p), E_NOINTERFACE);
+    EXPECT_EQ(p, nullptr);
+    EXPECT_EQ(gComponentCount, before);  // the failed query destroyed its object
+    EXPECT_EQ(factory->AddRef(), 2u);
+    EXPECT_EQ(factory->Release(), 1u);
+    EXPECT_EQ(factory->Release(), 0u);
+}
+
+TEST(ClassFactory, ModuleUnloadsOnlyWithoutObjectsAndLocks)
+{
+    ASSERT_EQ(DllCanUnloadNow(), S_OK);
+    IClassFactory* factory = nullptr;
+    ASSERT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
+    factory->LockServer(TRUE);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    factory->LockServer(FALSE);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+
+    IPrintOemUni* plugin = createPlugin();
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    EXPECT_EQ(plugin->Release(), 0u);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    factory->Release();
+}
+
+TEST(PluginObject, InterfacesAndReferenceCounts)
+{
+    IPrintOemUni* plugin = createPlugin();
+    IUnknown* unknown = nullptr;
+    EXPECT_EQ(plugin->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
+    EXPECT_EQ(static_cast<void*>(unknown), static_cast<void*>(plugin));
+    EXPECT_EQ(unknown->Release(), 1u);
+
+    void* p = reinterpret_cast<void*>(1);
+    EXPECT_EQ(plugin->QueryInterface(IID_IPrintOemDriverUni, &p), E_NOINTERFACE);
+    EXPECT_EQ(p, nullptr);
+    EXPECT_EQ(plugin->AddRef(), 2u);
+    EXPECT_EQ(plugin->Release(), 1u);
+    EXPECT_EQ(plugin->Release(), 0u);
+}
+
+TEST(PluginObject, PublishedDriverInterfaceIsKeptOnceAndReleased)
+{
+    IPrintOemUni* plugin = createPlugin();
+    fake::DriverUni first, second;
+    EXPECT_EQ(plugin->PublishDriverInterface(&first), S_OK);
+    EXPECT_EQ(first.refs, 2);
+    EXPECT_EQ(plugin->PublishDriverInterface(&second), S_OK);
+    EXPECT_EQ(second.refs, 1);  // not asked again
+    EXPECT_EQ(plugin->DisableDriver(), S_OK);
+    EXPECT_EQ(first.refs, 1);
+    EXPECT_EQ(plugin->PublishDriverInterface(&second), S_OK);
+    EXPECT_EQ(second.refs, 2);
+    plugin->Release();  // the destructor releases what is still held
+    EXPECT_EQ(second.refs, 1);
+
+    struct NoDriver final : fake::DriverUni {
+        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override
+        {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+    } refuses;
+    plugin = createPlugin();
+    EXPECT_EQ(plugin->PublishDriverInterface(&refuses), E_FAIL);
+    EXPECT_EQ(plugin->PublishDriverInterface(nullptr), E_FAIL);
+    plugin->Release();
+}
+
+TEST(PluginObject, GetInfoAnswersAndLastErrors)
+{
+    IPrintOemUni* plugin = createPlugin();
+    struct Case {
+        DWORD mode;
+        DWORD cbSize;
+        bool buffer;
+        bool needed;
+        HRESULT hr;
+        DWORD cbNeeded;
+        DWORD lastError;
+        DWORD value;
+    } cases[] = {
+        {OEMGI_GETSIGNATURE, 4, true, true, S_OK, 4, 0xDEAD, 0x51504D53},
+        {OEMGI_GETVERSION, 8, true, true, S_OK, 4, 0xDEAD, 1},
+        {OEMGI_GETSIGNATURE, 3, true, true, E_FAIL, 4, ERROR_INSUFFICIENT_BUFFER, 0},
+        {OEMGI_GETVERSION, 4, false, true, E_FAIL, 4, ERROR_INSUFFICIENT_BUFFER, 0},
+        {OEMGI_GETPUBLISHERINFO, 64, true, true, E_FAIL, 8, 0xDEAD, 0},
+        {OEMGI_GETINTERFACEVERSION, 4, true, true, E_FAIL, 0, ERROR_INVALID_PARAMETER, 0},
+        {5, 4, true, true, E_FAIL, 0, ERROR_INVALID_PARAMETER, 0},
+        {OEMGI_GETSIGNATURE, 4, true, false, E_FAIL, 0, ERROR_INVALID_PARAMETER, 0},
+    };
+    for (const Case& c : cases) {
+        SetLastError(0xDEAD);
+        DWORD buffer = 0, needed = 0;
+        HRESULT hr = plugin->GetInfo(c.mode, c.buffer ? &buffer : nullptr, c.cbSize, c.needed ? &needed : nullptr);
+        EXPECT_EQ(hr, c.hr) << "mode " << c.mode;
+        EXPECT_EQ(needed, c.cbNeeded) << "mode " << c.mode;
+        EXPECT_EQ(GetLastError(), c.lastError) << "mode " << c.mode;
+        EXPECT_EQ(buffer, c.value) << "mode " << c.mode;
+    }
+    plugin->Release();
+}
+
+TEST(PluginObject, GetInfoLogsItsPaths)
+{
+    testkit::TempRoot root;
+    IPrintOemUni* plugin = createPlugin();
+    gDebugLevel = 1;
+    DWORD buffer = 0, needed = 0;
+    plugin->GetInfo(OEMGI_GETSIGNATURE, &buffer, 4, &needed);
+    plugin->GetInfo(2, &buffer, 4, &needed);
+    plugin->GetInfo(OEMGI_GETVERSION, &buffer, 3, &needed);
+    gDebugLevel = 0;
+    plugin->Release();
+    EXPECT_EQ(root.log(),
+              "IOemUni::GetInfo(1) \r\nIOemUni::GetInfo() exit S_OK, (*pBuffer is 0x51504d53).\r\n"
+              "IOemUni::GetInfo(2) \r\nIOemUni::GetInfo() exit pcbNeeded is NULL! ERROR_INVALID_PARAMETER.\r\n"
+              "IOemUni::GetInfo(3) \r\nIOemUni::GetInfo() exit insufficient buffer!\r\n");
+}
+
+TEST(PluginObject, ImplementedMethodsByExactName)
+{
+    IPrintOemUni* plugin = createPlugin();
+    const char* supported[] = {"CommandCallback", "Compression",    "DevMode",         "DisableDriver",
+                               "DisablePDEV",     "DownloadFontHeader", "DriverDMS",   "EnableDriver",
+                               "EnablePDEV",      "FilterGraphics", "GetInfo",         "HalftonePattern",
+                               "MemoryUsage",     "OutputCharStr",  "ResetPDEV",       "SendFontCmd",
+                               "TextOutAsBitmap", "TTDownloadMethod", "TTYGetInfo"};
+    const char* refused[] = {"DownloadCharGlyph", "ImageProcessing", "filtergraphics", "FILTERGRAPHICS",
+                             "GetInfo ",          "GetInf",          "",               "PublishDriverInterface",
+                             "TextOut"};
+    for (const char* name : supported)
+        EXPECT_EQ(plugin->GetImplementedMethod(const_cast<PSTR>(name)), S_OK) << name;
+    for (const char* name : refused)
+        EXPECT_EQ(plugin->GetImplementedMethod(const_cast<PSTR>(name)), S_FALSE) << name;
+    EXPECT_EQ(plugin->GetImplementedMethod(nullptr), S_FALSE);
+    plugin->Release();
+}
+
+TEST(PluginObject, FixedAnswersOfUnusedMethods)
+{
+    IPrintOemUni* plugin = createPlugin();
+    DEVOBJ devobj{};
+    INT result = 99;
+    EXPECT_EQ(plugin->CommandCallback(&devobj, 1, 0, nullptr, &result), S_OK);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(plugin->ImageProcessing(&devobj, nullptr, nullptr, nullptr, 0, nullptr, nullptr), S_OK);
+    EXPECT_EQ(plugin->FilterGraphics(&devobj, nullptr, 0), S_OK);
+    EXPECT_EQ(plugin->Compression(&devobj, nullptr, nullptr, 0, 0, &result), E_NOTIMPL);
+    EXPECT_EQ(plugin->HalftonePattern(&devobj, nullptr, 0, 0, 0, 0, nullptr, 0), E_NOTIMPL);
+    EXPECT_EQ(plugin->MemoryUsage(&devobj, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->TTYGetInfo(&devobj, 0, nullptr, 0, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->DownloadFontHeader(&devobj, nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->DownloadCharGlyph(&devobj, nullptr, 0, nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->TTDownloadMethod(&devobj, nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->OutputCharStr(&devobj, nullptr, 0, 0, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->SendFontCmd(&devobj, nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->DriverDMS(&devobj, nullptr, 0, nullptr), E_NOTIMPL);
+    EXPECT_EQ(plugin->TextOutAsBitmap(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr, 0),
+              S_OK);
+    plugin->Release();
+}
+
+}  // namespace

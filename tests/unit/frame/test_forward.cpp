@@ -1,0 +1,249 @@
+// Forwarded drawing and font hooks: the driver's result unchanged, the page's
+// graphics mark, and no call through a missing driver function.
+#include "diag/diag.h"
+#include "fake_unidrv.h"
+#include "testkit.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+namespace {
+
+class Forwarding : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        functions = fake::functionList();
+        pdv.TextOnlyPage = 1;
+        for (int row = 0; row < HOOK_COUNT; ++row)
+            for (const DRVFN& f : functions)
+                if (f.iFunc == gHookTable[row].iFunc)
+                    pdv.pfnUnidrv[row] = f.pfn;
+        devobj.pdevOEM = &pdv;
+        surface.dhpdev = reinterpret_cast<DHPDEV>(&devobj);
+        surface.sizlBitmap = {640, 480};
+        fake::calls() = fake::Calls();
+    }
+    void TearDown() override { gDebugLevel = 0; }
+
+    DHPDEV device() { return reinterpret_cast<DHPDEV>(&devobj); }
+
+    std::vector<DRVFN> functions;
+    XPDV pdv{};
+    DEVOBJ devobj{};
+    SURFOBJ surface{};
+};
+
+struct Hook {
+    const char* name;
+    int row;
+    bool clearsTextOnly;
+    std::function<ULONG_PTR(SURFOBJ*, DHPDEV)> call;
+};
+
+std::vector<Hook> forwardingHooks()
+{
+    return {
+        {"DitherColor", ROW_DitherColor, false,
+         [](SURFOBJ*, DHPDEV d) { return (ULONG_PTR)OEMDitherColor(d, 0, 0, nullptr); }},
+        {"CopyBits", ROW_CopyBits, true,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMCopyBits(s, nullptr, nullptr, nullptr, nullptr, nullptr); }},
+        {"BitBlt", ROW_BitBlt, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMBitBlt(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr, 0xCCCC);
+         }},
+        {"StretchBlt", ROW_StretchBlt, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMStretchBlt(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                             nullptr, nullptr, 0);
+         }},
+        {"StretchBltROP", ROW_StretchBltROP, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMStretchBltROP(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                nullptr, nullptr, 0, nullptr, 0);
+         }},
+        {"PlgBlt", ROW_PlgBlt, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMPlgBlt(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr, 0);
+         }},
+        {"TransparentBlt", ROW_TransparentBlt, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMTransparentBlt(s, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+         }},
+        {"AlphaBlend", ROW_AlphaBlend, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMAlphaBlend(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+         }},
+        {"GradientFill", ROW_GradientFill, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMGradientFill(s, nullptr, nullptr, nullptr, 0, nullptr, 0, nullptr, nullptr, 0);
+         }},
+        {"StrokePath", ROW_StrokePath, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMStrokePath(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
+         }},
+        {"FillPath", ROW_FillPath, true,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMFillPath(s, nullptr, nullptr, nullptr, nullptr, 0, 0); }},
+        {"StrokeAndFillPath", ROW_StrokeAndFillPath, true,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMStrokeAndFillPath(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                    0, 0);
+         }},
+        {"Paint", ROW_Paint, true,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMPaint(s, nullptr, nullptr, nullptr, 0); }},
+        {"LineTo", ROW_LineTo, true,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMLineTo(s, nullptr, nullptr, 0, 0, 5, 5, nullptr, 0); }},
+        {"Escape", ROW_Escape, false,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMEscape(s, 0, 0, nullptr, 0, nullptr); }},
+        {"QueryFont", ROW_QueryFont, false,
+         [](SURFOBJ*, DHPDEV d) { return (ULONG_PTR)OEMQueryFont(d, 0, 0, nullptr); }},
+        {"QueryFontTree", ROW_QueryFontTree, false,
+         [](SURFOBJ*, DHPDEV d) {
+             ULONG_PTR id = 0;
+             return (ULONG_PTR)OEMQueryFontTree(d, 0, 1, 2, &id);
+         }},
+        {"QueryFontData", ROW_QueryFontData, false,
+         [](SURFOBJ*, DHPDEV d) {
+             return (ULONG_PTR)(ULONG)OEMQueryFontData(d, nullptr, 0, 0, nullptr, nullptr, 0);
+         }},
+        {"QueryAdvanceWidths", ROW_QueryAdvanceWidths, false,
+         [](SURFOBJ*, DHPDEV d) { return (ULONG_PTR)OEMQueryAdvanceWidths(d, nullptr, 0, nullptr, nullptr, 0); }},
+        {"FontManagement", ROW_FontManagement, false,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMFontManagement(s, nullptr, 0, 0, nullptr, 0, nullptr);
+         }},
+        {"GetGlyphMode", ROW_GetGlyphMode, false,
+         [](SURFOBJ*, DHPDEV d) { return (ULONG_PTR)OEMGetGlyphMode(d, nullptr); }},
+        // Document, page, band and text hooks hand their calls on for now.
+        {"TextOut", ROW_TextOut, false,
+         [](SURFOBJ* s, DHPDEV) {
+             return (ULONG_PTR)OEMTextOut(s, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                          0);
+         }},
+        {"SendPage", ROW_SendPage, false, [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMSendPage(s); }},
+        {"EndDoc", ROW_EndDoc, false, [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMEndDoc(s, 0); }},
+        {"StartBanding", ROW_StartBanding, false,
+         [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMStartBanding(s, nullptr); }},
+        {"NextBand", ROW_NextBand, false, [](SURFOBJ* s, DHPDEV) { return (ULONG_PTR)OEMNextBand(s, nullptr); }},
+    };
+}
+
+TEST_F(Forwarding, EveryHookReturnsTheDriversResultUnchanged)
+{
+    for (const Hook& hook : forwardingHooks()) {
+        for (ULONG answer : {0u, 1u, 0x5A5Au}) {
+            fake::calls() = fake::Calls();
+            fake::calls().boolResult = (BOOL)answer;
+            fake::calls().ulongResult = answer;
+            pdv.TextOnlyPage = 1;
+            ULONG_PTR result = hook.call(&surface, device());
+            ASSERT_EQ(fake::calls().rows.size(), 1u) << hook.name;
+            EXPECT_EQ(fake::calls().rows[0], hook.row) << hook.name;
+            EXPECT_EQ(result, (ULONG_PTR)answer) << hook.name;
+            EXPECT_EQ(pdv.TextOnlyPage, hook.clearsTextOnly ? 0 : 1) << hook.name;
+        }
+    }
+}
+
+TEST_F(Forwarding, RowsWithoutADriverFunctionAnswerWithoutForwarding)
+{
+    for (PFN& fn : pdv.pfnUnidrv)
+        fn = nullptr;
+    for (const Hook& hook : forwardingHooks()) {
+        hook.call(&surface, device());
+        EXPECT_TRUE(fake::calls().rows.empty()) << hook.name;
+    }
+    // Drawing calls fail; a surface without a device record is no crash either.
+    EXPECT_FALSE(OEMLineTo(&surface, nullptr, nullptr, 0, 0, 1, 1, nullptr, 0));
+    SURFOBJ orphan{};
+    EXPECT_FALSE(OEMPaint(&orphan, nullptr, nullptr, nullptr, 0));
+    EXPECT_FALSE(OEMPaint(nullptr, nullptr, nullptr, nullptr, 0));
+    EXPECT_EQ(OEMGetGlyphMode(nullptr, nullptr), (ULONG)FO_GLYPHBITS);
+}
+
+TEST_F(Forwarding, RealizeBrushAnswersTrueWithoutTheDriver)
+{
+    fake::calls().boolResult = FALSE;
+    EXPECT_TRUE(OEMRealizeBrush(nullptr, &surface, nullptr, nullptr, nullptr, 0));
+    EXPECT_TRUE(fake::calls().rows.empty());
+    EXPECT_EQ(pdv.TextOnlyPage, 1);
+}
+
+TEST_F(Forwarding, TextOnlyPageLastsUntilTheFirstGraphicsCall)
+{
+    OEMStartPage(&surface);
+    EXPECT_EQ(pdv.TextOnlyPage, 1);
+    OEMTextOut(&surface, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
+    OEMDitherColor(device(), 0, 0, nullptr);
+    OEMEscape(&surface, 0, 0, nullptr, 0, nullptr);
+    EXPECT_EQ(pdv.TextOnlyPage, 1);
+    OEMLineTo(&surface, nullptr, nullptr, 0, 0, 9, 9, nullptr, 0);
+    EXPECT_EQ(pdv.TextOnlyPage, 0);
+    OEMTextOut(&surface, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
+    EXPECT_EQ(pdv.TextOnlyPage, 0);
+    OEMStartPage(&surface);
+    EXPECT_EQ(pdv.TextOnlyPage, 1);
+    pdv.TextOnlyPage = 0;
+    OEMStartDoc(&surface, nullptr, 1);
+    EXPECT_EQ(pdv.TextOnlyPage, 1);
+}
+
+TEST_F(Forwarding, BitBltDumpsItsParametersAtDetailLevelOnly)
+{
+    testkit::TempRoot root;
+    SURFOBJ source{};
+    source.sizlBitmap = {32, 16};
+    CLIPOBJ clip{};
+    clip.rclBounds = {1, 2, 3, 4};
+    clip.iDComplexity = DC_RECT;
+    RECTL target = {5, 6, 7, 8};
+    POINTL from = {9, 10};
+
+    gDebugLevel = 1;
+    fake::calls().boolResult = FALSE;
+    EXPECT_FALSE(OEMBitBlt(&surface, &source, nullptr, &clip, nullptr, &target, &from, nullptr, nullptr, nullptr,
+                           0xCCAA));
+    EXPECT_FALSE(root.logExists());
+
+    gDebugLevel = 2;
+    SetLastError(0);
+    EXPECT_FALSE(OEMBitBlt(&surface, &source, nullptr, &clip, nullptr, &target, &from, nullptr, nullptr, nullptr,
+                           0xCCAA));
+    EXPECT_EQ(root.log(),
+              "OEMBitBlt() entry.\r\n"
+              "   rop4:  CCAA\r\n"
+              "   psoTrg:  [640 X 480]\r\n"
+              "   psoSrc:  [32 X 16]\r\n"
+              "   psoMask: [NULL]\r\n"
+              "   pco:     [1, 2, 3, 4]: RECT \r\n"
+              "   pxlo: 0000000000000000\r\n"
+              "   prclTrg:     [5, 6, 7, 8] \r\n"
+              "   pptlSrc:  [9 X 10]\r\n"
+              "\tresult of drvbitblt call is 0\n"
+              "\tError calling drvbitblt: 0\n");
+}
+
+TEST_F(Forwarding, StrokePathAndFontTreeLogAtMessageLevel)
+{
+    testkit::TempRoot root;
+    gDebugLevel = 1;
+    POINTL origin = {3, 4};
+    OEMStrokePath(&surface, nullptr, nullptr, nullptr, nullptr, &origin, nullptr, 0);
+    fake::calls().ulongResult = 0x1000;
+    ULONG_PTR id = 0;
+    EXPECT_EQ(OEMQueryFontTree(device(), 0x20, 7, 2, &id), (PVOID)0x1000);
+    EXPECT_EQ(id, 0x77u);
+    EXPECT_EQ(root.log(),
+              "OEMStokePath()\n"
+              "   pco:     NULL \r\n"
+              "   pptlBrushOrg:     [3, 4]:\r\n"
+              "OEMQueryFontTree(): iFile=0x0000000000000020, iFace=7\n"
+              "OEMQueryFontTree(): iMode=2\n"
+              "OEMQueryFontTree(): pdft=0x0000000000001000, pid=0x0000000000000077\n");
+}
+
+}  // namespace

@@ -605,3 +605,46 @@ static_assert(sizeof(DRVFN) == 16, "DRVFN");
 static_assert(sizeof(DRVENABLEDATA) == 16, "DRVENABLEDATA");
 static_assert(sizeof(GDIINFO) == 320, "GDIINFO");
 static_assert(sizeof(DEVINFO) == 312, "DEVINFO");
+
+struct SECURITY_DESCRIPTOR;
+typedef SECURITY_DESCRIPTOR* PSECURITY_DESCRIPTOR;
+
+struct PRINTER_INFO_2W {
+    LPWSTR pServerName;
+    LPWSTR pPrinterName;
+    LPWSTR pShareName;
+    LPWSTR pPortName;
+    LPWSTR pDriverName;
+    LPWSTR pComment;
+    LPWSTR pLocation;
+    LPDEVMODEW pDevMode;
+    LPWSTR pSepFile;
+    LPWSTR pPrintProcessor;
+    LPWSTR pDatatype;
+    LPWSTR pParameters;
+    PSECURITY_DESCRIPTOR pSecurityDescriptor;
+    DWORD Attributes;
+    DWORD Priority;
+    DWORD DefaultPriority;
+    DWORD StartTime;
+    DWORD UntilTime;
+    DWORD Status;
+    DWORD cJobs;
+    DWORD AveragePPM;
+};
+typedef PRINTER_INFO_2W* PPRINTER_INFO_2W;
+
+struct FORM_INFO_1W {
+    DWORD Flags;
+    LPWSTR pName;
+    SIZEL Size;
+    RECTL ImageableArea;
+};
+typedef FORM_INFO_1W* PFORM_INFO_1W;
+
+#define DC_PAPERS 2
+#define DC_PAPERSIZE 3
+#define DC_PAPERNAMES 16
+
+static_assert(sizeof(PRINTER_INFO_2W) == 136, "PRINTER_INFO_2W");
+static_assert(sizeof(FORM_INFO_1W) == 40, "FORM_INFO_1W");

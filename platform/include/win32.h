@@ -22,8 +22,13 @@
 #include "oemuni.h"
 #include "pxtext.h"
 
-#ifdef _WIN32
-// The same record sizes the POSIX declarations pin down.
+// The x64 layouts the driver and the plug-in share, asserted against
+// mingw-w64's headers on Windows and against our declarations elsewhere.
+static_assert(sizeof(LOGFONTW) == 92, "LOGFONTW");
+static_assert(offsetof(DEVMODEW, dmFields) == 72, "DEVMODEW.dmFields");
+static_assert(offsetof(DEVMODEW, dmCollate) == 100, "DEVMODEW.dmCollate");
+static_assert(sizeof(PRINTER_INFO_2W) == 136, "PRINTER_INFO_2W");
+static_assert(sizeof(FORM_INFO_1W) == 40, "FORM_INFO_1W");
 static_assert(sizeof(DEVMODEW) == 220, "DEVMODEW");
 static_assert(sizeof(SURFOBJ) == 80, "SURFOBJ");
 static_assert(offsetof(SURFOBJ, pvScan0) == 56, "SURFOBJ.pvScan0");
@@ -41,4 +46,3 @@ static_assert(sizeof(DRVENABLEDATA) == 16, "DRVENABLEDATA");
 static_assert(sizeof(GDIINFO) == 320, "GDIINFO");
 static_assert(sizeof(DEVINFO) == 312, "DEVINFO");
 static_assert(sizeof(LONG) == 4 && sizeof(DWORD) == 4, "LLP64");
-#endif

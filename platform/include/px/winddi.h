@@ -1,6 +1,6 @@
 // GDI driver-interface records, device mode and spooler records for hosts
-// without Windows. Layouts are those of 64-bit Windows; the asserts at the end
-// pin the sizes and offsets that the plug-in and its host depend on.
+// without Windows. Layouts are those of 64-bit Windows; win32.h asserts the
+// sizes and offsets that the plug-in and its host depend on.
 #pragma once
 
 #include "px/wintypes.h"
@@ -586,26 +586,6 @@ typedef PRINTER_DEFAULTSW* PPRINTER_DEFAULTSW;
 #define READ_CONTROL 0x00020000
 #define STANDARD_RIGHTS_REQUIRED 0x000F0000
 
-static_assert(sizeof(LOGFONTW) == 92, "LOGFONTW");
-static_assert(sizeof(DEVMODEW) == 220, "DEVMODEW");
-static_assert(offsetof(DEVMODEW, dmFields) == 72, "DEVMODEW.dmFields");
-static_assert(offsetof(DEVMODEW, dmCollate) == 100, "DEVMODEW.dmCollate");
-static_assert(sizeof(SURFOBJ) == 80, "SURFOBJ");
-static_assert(offsetof(SURFOBJ, pvScan0) == 56, "SURFOBJ.pvScan0");
-static_assert(sizeof(STROBJ) == 48, "STROBJ");
-static_assert(sizeof(GLYPHPOS) == 24, "GLYPHPOS");
-static_assert(sizeof(GLYPHBITS) == 20, "GLYPHBITS");
-static_assert(sizeof(FONTOBJ) == 64, "FONTOBJ");
-static_assert(sizeof(IFIMETRICS) == 192, "IFIMETRICS");
-static_assert(offsetof(IFIMETRICS, dpwszFaceName) == 16, "IFIMETRICS.dpwszFaceName");
-static_assert(sizeof(BRUSHOBJ) == 24, "BRUSHOBJ");
-static_assert(sizeof(CLIPOBJ) == 24, "CLIPOBJ");
-static_assert(sizeof(XLATEOBJ) == 24, "XLATEOBJ");
-static_assert(sizeof(DRVFN) == 16, "DRVFN");
-static_assert(sizeof(DRVENABLEDATA) == 16, "DRVENABLEDATA");
-static_assert(sizeof(GDIINFO) == 320, "GDIINFO");
-static_assert(sizeof(DEVINFO) == 312, "DEVINFO");
-
 struct SECURITY_DESCRIPTOR;
 typedef SECURITY_DESCRIPTOR* PSECURITY_DESCRIPTOR;
 
@@ -645,6 +625,3 @@ typedef FORM_INFO_1W* PFORM_INFO_1W;
 #define DC_PAPERS 2
 #define DC_PAPERSIZE 3
 #define DC_PAPERNAMES 16
-
-static_assert(sizeof(PRINTER_INFO_2W) == 136, "PRINTER_INFO_2W");
-static_assert(sizeof(FORM_INFO_1W) == 40, "FORM_INFO_1W");

@@ -517,7 +517,11 @@ struct DEVINFO {
 #define DDI_ERROR 0xFFFFFFFF
 
 #define BMF_1BPP 1
-#define BMF_24BPP 4
+#define BMF_4BPP 2
+#define BMF_8BPP 3
+#define BMF_16BPP 4
+#define BMF_24BPP 5
+#define BMF_32BPP 6
 #define STYPE_BITMAP 0
 
 // Signatures of the hooked driver functions, as GDI calls them.

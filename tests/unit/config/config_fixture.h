@@ -1,0 +1,46 @@
+// A printer in a fresh system root and a device object for it, as the
+// configuration sees them at document start.
+#pragma once
+
+#include "config/config.h"
+#include "diag/diag.h"
+#include "testkit.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+class PrinterTest : public ::testing::Test {
+protected:
+    // Writes printer "Embosser" with the given "Config" members (JSON) and extra
+    // top-level members (JSON, with a leading comma), and opens it.
+    void makePrinter(const std::string& config, const std::string& extra = "", const std::string& driver = "Pumex Pro")
+    {
+        root.writePrinter("Embosser", "{\n  \"name\": \"Embosser\",\n  \"driver\": \"" + driver +
+                                          "\",\n  \"data\": { \"Config\": { " + config + " } }" + extra + "\n}\n");
+        std::u16string name = testkit::wide("Embosser");
+        ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
+        devobj.hPrinter = printer;
+        devobj.pPublicDM = &devmode;
+    }
+    void TearDown() override
+    {
+        if (printer)
+            ClosePrinter(printer);
+        gDebugLevel = 0;
+    }
+    // "OutputVersion" present, so the installer library is not asked for.
+    static std::string withVersion(const std::string& members = "")
+    {
+        return "\"OutputVersion\": {\"type\": \"dword\", \"value\": 3}" + (members.empty() ? "" : ", " + members);
+    }
+    static std::string dword(const std::string& name, long long value)
+    {
+        return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
+    }
+
+    testkit::TempRoot root;
+    HANDLE printer = nullptr;
+    DEVMODEW devmode{};
+    DEVOBJ devobj{};
+};

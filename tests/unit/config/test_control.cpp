@@ -1,0 +1,226 @@
+// The one-shot control string: the parser's rules and the read-and-erase cycle.
+#include "config_fixture.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+Config defaults()
+{
+    Config c{};
+    Config_setDefaults(&c);
+    return c;
+}
+
+Config parsed(const std::string& text, Config c = defaults())
+{
+    std::vector<char> buffer(text.begin(), text.end());
+    buffer.push_back(0);
+    EXPECT_EQ(Config_parseControlString(&c, buffer.data()), 0);
+    return c;
+}
+
+TEST(ControlString, SeparatorsCaseAndSharedValues)
+{
+    Config c = parsed("brightness=50;contrast=-20");
+    EXPECT_EQ(c.Brightness, 50);
+    EXPECT_EQ(c.Contrast, -20);
+
+    // While a "," is still ahead, ";" does not separate: both keywords read "10;CONTRAST=20".
+    c = parsed("BRIGHTNESS=10;CONTRAST=20,COLLATE=1");
+    EXPECT_EQ(c.Brightness, 10);
+    EXPECT_EQ(c.Contrast, 10);
+    EXPECT_EQ(c.Collate, 1);
+
+    c = parsed("MEDIATYPE=CARDSTOCK,DOTHEIGHT=LOW,MAGNIFICATION=2");
+    EXPECT_EQ(c.mediaType, 267);
+    EXPECT_EQ(c.dotHeight, 2);
+    EXPECT_EQ(c.Magnification, 2);
+}
+
+TEST(ControlString, ValueRules)
+{
+    // Every field as a number, whatever its declared type.
+#define FIELD(name) [](const Config& c) { return (long long)c.name; }
+    struct Case {
+        const char* text;
+        long long (*field)(const Config&);
+        long long expected;
+    } cases[] = {
+        {"MAGNIFICATION=4", FIELD(Magnification), 1},
+        {"MAGNIFICATION=0", FIELD(Magnification), 1},
+        {"MAGNIFICATION=6", FIELD(Magnification), 6},
+        {"MAGNIFICATION=3xyz", FIELD(Magnification), 3},
+        {"NOWHITESPACEMAGNIFICATION=1", FIELD(NoWhiteSpaceMagnification), 1},
+        {"NOWHITESPACEMAGNIFICATION=TRUE", FIELD(NoWhiteSpaceMagnification), 1},
+        {"PREVIEW=10", FIELD(Preview), 0},
+        {"PREVIEW=ON", FIELD(Preview), 0},
+        {"PREVIEW=yes", FIELD(Preview), 1},
+        {"PREVIEW", FIELD(Preview), 0},
+        {"INVERTCOLOR=TRUE", FIELD(InvertColor), 1},
+        {"INVERTCOLOR=NOT TRUE", FIELD(InvertColor), 0},
+        {"BRIGHTNESS=101", FIELD(Brightness), 6},
+        {"BRIGHTNESS=-100", FIELD(Brightness), -100},
+        {"BRIGHTNESS=  +7", FIELD(Brightness), 7},
+        {"BRIGHTNESS=abc", FIELD(Brightness), 0},
+        {"BRIGHTNESS=99999999999999999999", FIELD(Brightness), 6},
+        {"CONTRAST", FIELD(Contrast), 5},
+        {"DOTHEIGHT=NORMAL", FIELD(dotHeight), 1},
+        {"DOTHEIGHT=HIGH", FIELD(dotHeight), 0},
+        {"DOTHEIGHT=HEAVY", FIELD(dotHeight), 0},
+        {"DOTHEIGHT=LIGHT", FIELD(dotHeight), 2},
+        {"DOTHEIGHT=MEDIUM", FIELD(dotHeight), 1},
+        {"DITHERING=DIFFUSION1D", FIELD(dithering), 3},
+        {"DITHERING=RANDOM", FIELD(dithering), 4},
+        {"MEDIATYPE=LIGHTBRAILLEPAPER", FIELD(mediaType), 269},
+        {"MEDIATYPE=TRANSPARENCY", FIELD(mediaType), 2},
+        {"MEDIATYPE=CUSTOM", FIELD(mediaType), 286},
+        {"PRINTODD=EVEN", FIELD(PrintOdd), 2},
+        {"PRINTODD=ODD", FIELD(PrintOdd), 1},
+        {"THINLINEINTENSITY=6", FIELD(ThinLineIntensity), 6},
+        {"THINLINEINTENSITY=7", FIELD(ThinLineIntensity), 1},
+        {"HORIZONTALSHIFT=1", FIELD(HorizontalShift), 1},
+        {"HORIZONTALSHIFT=2", FIELD(HorizontalShift), 0},
+        {"MAXCUSTPFORCE=27", FIELD(maxCustPForce), 17},
+        {"MAXCUSTPFORCE=26", FIELD(maxCustPForce), 26},
+        {"MINCUSTPFORCE=0", FIELD(minCustPForce), 0},
+        {"UNKNOWN=5", FIELD(Brightness), 6},
+    };
+    for (const Case& k : cases) {
+        Config c = parsed(k.text);
+        EXPECT_EQ(k.field(c), k.expected) << k.text;
+    }
+    // A boolean keyword token also passes through the keywords it contains.
+    Config c = parsed("NOWHITESPACEMAGNIFICATION=1");
+    EXPECT_EQ(c.Magnification, 1);
+    c.Magnification = 3;
+    c = parsed("NOWHITESPACEMAGNIFICATION=1", c);
+    EXPECT_EQ(c.Magnification, 1);
+    c.Magnification = 3;
+    c = parsed("NOWHITESPACEMAGNIFICATION=TRUE", c);
+    EXPECT_EQ(c.Magnification, 3);
+}
+
+TEST(ControlString, NullAndEmptyTextsChangeNothing)
+{
+    Config c = defaults();
+    EXPECT_EQ(Config_parseControlString(&c, nullptr), 0);
+    Config d = parsed(",;,,;");
+    EXPECT_EQ(std::memcmp(&c, &d, sizeof c), 0);
+}
+
+class ControlFlags : public PrinterTest {
+protected:
+    Config* newConfig()
+    {
+        Config* c = Config_new(&devobj);
+        EXPECT_NE(c, nullptr);
+        return c;
+    }
+    LONG read(Config* c) { return Config_readControlFlags(c, u"Embosser"); }
+    std::string controlFlagsJson()
+    {
+        std::string file = testkit::readFile(root.path() + "/printers/Embosser.json");
+        size_t at = file.find("\"ControlFlags\"");
+        return at == std::string::npos ? "" : file.substr(at, file.find('}', at) - at + 1);
+    }
+};
+
+TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
+{
+    makePrinter(withVersion(dword("Brightness", 2) +
+                            ", \"ControlFlags\": {\"type\": \"binary\", \"value\": \"BRIGHTNESS=40,PREVIEW=1\"}"));
+    Config* first = newConfig();
+    EXPECT_EQ(read(first), 0);
+    EXPECT_EQ(first->Brightness, 40);
+    EXPECT_EQ(first->Preview, 1);
+    Config_delete(first);
+    // The value stays, with its type and no bytes.
+    DWORD type = 0, needed = 99;
+    EXPECT_EQ(GetPrinterDataExW(printer, WSTR("Config"), WSTR("ControlFlags"), &type, nullptr, 0, &needed),
+              (DWORD)ERROR_SUCCESS);
+    EXPECT_EQ(type, (DWORD)REG_BINARY);
+    EXPECT_EQ(needed, 0u);
+
+    Config* second = newConfig();
+    read(second);
+    EXPECT_EQ(second->Brightness, 2);
+    EXPECT_EQ(second->Preview, 0);
+    Config_delete(second);
+}
+
+TEST_F(ControlFlags, TextValuesAreErasedAndNotApplied)
+{
+    makePrinter(withVersion("\"ControlFlags\": {\"type\": \"sz\", \"value\": \"BRIGHTNESS=40\"}"));
+    Config* c = newConfig();
+    EXPECT_EQ(read(c), -2);
+    EXPECT_EQ(c->Brightness, 6);
+    Config_delete(c);
+    EXPECT_EQ(controlFlagsJson(), "\"ControlFlags\": { \"type\": \"sz\", \"value\": \"\" }");
+}
+
+TEST_F(ControlFlags, MissingValueOrPrinterAppliesNothing)
+{
+    makePrinter(withVersion());
+    Config* c = newConfig();
+    read(c);
+    EXPECT_EQ(c->Brightness, 6);
+    EXPECT_EQ(Config_readControlFlags(c, u"No Such Printer"), (LONG)ERROR_INVALID_PRINTER_NAME);
+    HANDLE saved = c->hPrinter;
+    c->hPrinter = nullptr;
+    EXPECT_EQ(read(c), -1);
+    c->hPrinter = saved;
+    Config_delete(c);
+}
+
+TEST_F(ControlFlags, AStringWithoutTerminatorOrWithBinaryBytesIsSafe)
+{
+    makePrinter(withVersion("\"ControlFlags\": {\"type\": \"binary\", \"value\": {\"hex\": \"434f4c4c4154453d31ff00ff\"}}"));
+    Config* c = newConfig();
+    EXPECT_EQ(read(c), 0);
+    EXPECT_EQ(c->Collate, 1);
+    Config_delete(c);
+}
+
+TEST_F(ControlFlags, ReadingWhileAnotherProcessWritesNeverLosesTheFile)
+{
+    makePrinter(withVersion(dword("Brightness", 2)));
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        HANDLE own = nullptr;
+        std::u16string name = testkit::wide("Embosser");
+        if (!OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &own, nullptr))
+            _exit(2);
+        const char text[] = "CONTRAST=9";
+        for (int i = 0; i < 60; ++i)
+            if (SetPrinterDataExW(own, WSTR("Config"), WSTR("ControlFlags"), REG_BINARY, (LPBYTE)text,
+                                  sizeof text - 1) != ERROR_SUCCESS)
+                _exit(3);
+        ClosePrinter(own);
+        _exit(0);
+    }
+    int applied = 0;
+    for (int i = 0; i < 60; ++i) {
+        Config* c = newConfig();
+        ASSERT_NE(c, nullptr);
+        EXPECT_EQ(c->Brightness, 2) << "the printer's other data must survive";
+        if (read(c) == 0 && c->Contrast == 9)
+            ++applied;
+        Config_delete(c);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    char message[512];
+    EXPECT_TRUE(PxValidatePrinterFile((root.path() + "/printers/Embosser.json").c_str(), message, sizeof message))
+        << message;
+    EXPECT_LE(applied, 60);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// From pixels to dots: reading and writing the rendered surface, the weighted
+// colour of one embossing cell, and the mapping of a colour to a dot value.
+//
+// Unidrv renders at device resolution; the embosser works on cells of rf x rf
+// device pixels. Every cell of every page passes through getSampleColor and
+// getDotHeight, so both work on integers only, allocate nothing and format no
+// log text.
+#pragma once
+
+#include "win32.h"
+
+struct Config;
+
+// One pixel or cell colour: red, green, blue. White is (255, 255, 255).
+struct PixelColor {
+    BYTE red;
+    BYTE green;
+    BYTE blue;
+};
+
+// Hue, saturation and value of a colour, one byte each. Hue counts 256ths of
+// the colour circle from red; value is the grey level, not the largest component.
+struct HsvColor {
+    BYTE hue;
+    BYTE saturation;
+    BYTE value;
+};
+
+// Dot values of one cell.
+#define DOT_NONE 0
+#define DOT_TALLEST 7
+#define DOT_BRAILLE 15
+
+// The colour that stands for a braille dot of the text-marker page (marker 1).
+#define BRAILLE_RED 0
+#define BRAILLE_GREEN 0
+#define BRAILLE_BLUE 1
+
+// Surface access. 24-bpp pixels are three bytes, red, green, blue in memory
+// order; a 1-bpp pixel is white when its bit is set. Any other format reads as
+// 1 bpp and is never written.
+//
+// getSurfacePixel: the pixel at (x, y); white at or below row height (the
+// caller passes the surface's height) and right of the bitmap, grey (127, 127,
+// 127) on a surface without bits.
+void getSurfacePixel(SURFOBJ* pso, DWORD x, DWORD y, PixelColor* color, DWORD height);
+// Writes one pixel; positions outside the bitmap and surfaces without bits are
+// left alone. A 1-bpp pixel is set exactly when red and green are both 255.
+void setSurfacePixel(SURFOBJ* pso, LONG x, LONG y, const PixelColor* color);
+// Paints every pixel of the bitmap white.
+void EraseSurface(SURFOBJ* pso);
+
+// The colour of the factor x factor cell whose top-left pixel is (x, y):
+// factor 1 reads the pixel as it is; larger cells take getAreaColor.
+void getSampleColor(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, PixelColor* color);
+// The weighted colour of columns x0 .. x1-1 and rows y0 .. y1-1, dark pixels
+// weighing up to ThinLineIntensity x factor times as much as light ones. Ink
+// pixels are painted white on the surface first. A cell reaching past the
+// bitmap is white.
+void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelColor* color, DWORD factor);
+
+// Tone mapping. The dot value of the cell in column x, row y of the embossed
+// page: 15 for the braille colour, else from the colour patterns or the
+// lightness, straight or through the ordered dither.
+INT getDotHeight(Config* config, DWORD x, DWORD y, const PixelColor* color);
+// The lightness 0 (darkest) .. 255 (paper white) after the user's contrast,
+// brightness and inversion; white paper stays 255 whatever they say.
+INT getLightness(const PixelColor* color, const Config* config);
+// The grey level (2 red + 4 green + blue) / 7.
+INT getGreyLevel(const PixelColor* color);
+// The straight dot value of a lightness: 0 for 255, else 1 .. 7 in steps of 36.
+INT quantiseLightness(INT lightness);
+HsvColor rgbToHsv(const PixelColor* color);
+
+// Ordered-dither thresholds, indexed [x mod 4][y mod 4]: the odd numbers 1 .. 31.
+extern const BYTE ditherMatrix[4][4];

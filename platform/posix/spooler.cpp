@@ -7,14 +7,21 @@
 #include "printer_file.h"
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <new>
 
 namespace {
 
+using px::PrinterDoc;
+
 constexpr DWORD kErrorInvalidLevel = 124;        // ERROR_INVALID_LEVEL
 constexpr DWORD kPrinterEnumIcon8 = 0x00800000;     // PRINTER_ENUM_ICON8: a printer, not a server
+constexpr DWORD kPrinterAttributeLocal = 0x00000040;  // PRINTER_ATTRIBUTE_LOCAL
+constexpr DWORD kFormPrinter = 0x00000002;        // FORM_PRINTER: a form the printer's driver brings
+constexpr WORD kDevModeVersion = 0x0401;          // the device-mode layout of Windows 2000 and later
+constexpr short kDefaultDpi = 100;
 
 struct PrinterHandle : px::HandleHeader {
     std::string name;
@@ -88,12 +95,22 @@ struct StringField {
     std::u16string text;
 };
 
-// Lays out a record and then its strings in the caller's buffer, as the
-// spooler hands records out: one block, the record's pointers into it.
+// A device mode a record carries inside its block (PRINTER_INFO_2W's pDevMode).
+struct DevModeField {
+    LPDEVMODEW* slot;
+    DEVMODEW value;
+};
+
+// Lays out a record, then its device mode, then its strings in the caller's
+// buffer, as the spooler hands records out: one block, the record's pointers
+// into it. The records are multiples of 8 bytes, so the device mode that
+// follows one is aligned; the strings after it need only 2-byte alignment.
 template <typename Record>
-BOOL fillRecord(Record& record, const std::vector<StringField>& strings, LPBYTE buf, DWORD cbBuf, LPDWORD pcbNeeded)
+BOOL fillRecord(Record& record, const std::vector<StringField>& strings, LPBYTE buf, DWORD cbBuf, LPDWORD pcbNeeded,
+                const DevModeField* devMode = nullptr)
 {
-    size_t needed = sizeof(Record);
+    static_assert(sizeof(Record) % alignof(DEVMODEW) == 0, "a device mode after the record stays aligned");
+    size_t needed = sizeof(Record) + (devMode ? sizeof(DEVMODEW) : 0);
     for (const StringField& s : strings)
         needed += (s.text.size() + 1) * sizeof(WCHAR);
     if (needed > UINT32_MAX)
@@ -102,6 +119,11 @@ BOOL fillRecord(Record& record, const std::vector<StringField>& strings, LPBYTE 
     if (!buf || cbBuf < needed)
         return px::fail(ERROR_INSUFFICIENT_BUFFER, FALSE);
     BYTE* cursor = buf + sizeof(Record);
+    if (devMode) {
+        std::memcpy(cursor, &devMode->value, sizeof(DEVMODEW));
+        *devMode->slot = reinterpret_cast<LPDEVMODEW>(cursor);
+        cursor += sizeof(DEVMODEW);
+    }
     for (const StringField& s : strings) {
         size_t bytes = (s.text.size() + 1) * sizeof(WCHAR);
         std::memcpy(cursor, s.text.c_str(), bytes);
@@ -110,6 +132,39 @@ BOOL fillRecord(Record& record, const std::vector<StringField>& strings, LPBYTE 
     }
     std::memcpy(buf, &record, sizeof(Record));
     return TRUE;
+}
+
+// The printer's papers and forms as the file lists them; empty when it lists none.
+const PrinterDoc& listOf(const PrinterDoc& doc, const char* key)
+{
+    static const PrinterDoc kNone = PrinterDoc::array();
+    auto it = doc.find(key);
+    return it == doc.end() ? kNone : *it;
+}
+
+// The device mode a printer starts jobs with. The printer file keeps none of
+// its own, so it is the driver's default: portrait, 100 dpi both ways, on the
+// first paper the printer lists. A printer that lists no paper leaves the
+// paper out of dmFields, and whoever reads the device mode falls back to its
+// own default paper.
+DEVMODEW defaultDevMode(const PrinterDoc& doc)
+{
+    DEVMODEW dm{};
+    std::u16string name = wide(doc.at("name").get<std::string>());
+    px_wcscpy(dm.dmDeviceName, CCHDEVICENAME, name.c_str());  // cut to 31 characters, as Windows does
+    dm.dmSpecVersion = kDevModeVersion;
+    dm.dmSize = sizeof(DEVMODEW);
+    dm.dmFields = DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION;
+    dm.dmOrientation = DMORIENT_PORTRAIT;
+    dm.dmCopies = 1;
+    dm.dmPrintQuality = kDefaultDpi;
+    dm.dmYResolution = kDefaultDpi;
+    const PrinterDoc& papers = listOf(doc, "papers");
+    if (!papers.empty()) {
+        dm.dmFields |= DM_PAPERSIZE;
+        dm.dmPaperSize = papers[0].at("id").get<short>();
+    }
+    return dm;
 }
 
 // Environments a driver may be asked for. Only the 64-bit driver is installed.
@@ -230,7 +285,7 @@ BOOL GetPrinterW(HANDLE hPrinter, DWORD Level, LPBYTE pPrinter, DWORD cbBuf, LPD
     if (!pcbNeeded)
         return px::fail(ERROR_INVALID_PARAMETER, FALSE);
     *pcbNeeded = 0;
-    if (Level != 1)
+    if (Level != 1 && Level != 2)
         return px::fail(kErrorInvalidLevel, FALSE);
     return guardedBool([&]() -> BOOL {
         px::PrinterDoc doc;
@@ -238,13 +293,34 @@ BOOL GetPrinterW(HANDLE hPrinter, DWORD Level, LPBYTE pPrinter, DWORD cbBuf, LPD
         if (rc != ERROR_SUCCESS)
             return px::fail(rc, FALSE);
         std::string name = doc.at("name").get<std::string>();
-        std::string description =
-            name + "," + doc.at("driver").get<std::string>() + "," + doc.value("port", std::string());
-        PRINTER_INFO_1W info{};
-        info.Flags = kPrinterEnumIcon8;
+        std::string driver = doc.at("driver").get<std::string>();
+        std::string port = doc.value("port", std::string());
+        if (Level == 1) {
+            PRINTER_INFO_1W info{};
+            info.Flags = kPrinterEnumIcon8;
+            return fillRecord(
+                info, {{&info.pDescription, wide(name + "," + driver + "," + port)}, {&info.pName, wide(name)},
+                       {&info.pComment, u""}},
+                pPrinter, cbBuf, pcbNeeded);
+        }
+        // A local printer: no server name, no security descriptor; the
+        // spooler's own print processor and data type.
+        PRINTER_INFO_2W info{};
+        info.Attributes = kPrinterAttributeLocal;
+        info.Priority = 1;
+        DevModeField devMode{&info.pDevMode, defaultDevMode(doc)};
         return fillRecord(info,
-                          {{&info.pDescription, wide(description)}, {&info.pName, wide(name)}, {&info.pComment, u""}},
-                          pPrinter, cbBuf, pcbNeeded);
+                          {{&info.pPrinterName, wide(name)},
+                           {&info.pShareName, u""},
+                           {&info.pPortName, wide(port)},
+                           {&info.pDriverName, wide(driver)},
+                           {&info.pComment, u""},
+                           {&info.pLocation, u""},
+                           {&info.pSepFile, u""},
+                           {&info.pPrintProcessor, u"winprint"},
+                           {&info.pDatatype, u"RAW"},
+                           {&info.pParameters, u""}},
+                          pPrinter, cbBuf, pcbNeeded, &devMode);
     });
 }
 
@@ -271,4 +347,104 @@ BOOL GetPrinterDriverW(HANDLE hPrinter, LPWSTR pEnvironment, DWORD Level, LPBYTE
         return fillRecord(info, {{&info.pName, wide(doc.at("driver").get<std::string>())}}, pDriverInfo, cbBuf,
                           pcbNeeded);
     });
+}
+
+BOOL GetFormW(HANDLE hPrinter, LPWSTR pFormName, DWORD Level, LPBYTE pForm, DWORD cbBuf, LPDWORD pcbNeeded)
+{
+    PrinterHandle* p = printerOf(hPrinter);
+    if (!p)
+        return FALSE;
+    if (!pcbNeeded || !pFormName)
+        return px::fail(ERROR_INVALID_PARAMETER, FALSE);
+    *pcbNeeded = 0;
+    if (Level != 1)
+        return px::fail(kErrorInvalidLevel, FALSE);
+    return guardedBool([&]() -> BOOL {
+        px::PrinterDoc doc;
+        DWORD rc = readPrinter(p, doc);
+        if (rc != ERROR_SUCCESS)
+            return px::fail(rc, FALSE);
+        // Form names compare without case, as the spooler's forms database does.
+        std::string wanted = px::narrow(pFormName);
+        for (const PrinterDoc& form : listOf(doc, "forms")) {
+            std::string name = form.at("name").get<std::string>();
+            if (!px::sameName(name, wanted))
+                continue;
+            FORM_INFO_1W info{};
+            info.Flags = kFormPrinter;
+            info.Size.cx = form.at("width").get<LONG>();
+            info.Size.cy = form.at("length").get<LONG>();
+            info.ImageableArea = {0, 0, info.Size.cx, info.Size.cy};
+            return fillRecord(info, {{&info.pName, wide(name)}}, pForm, cbBuf, pcbNeeded);
+        }
+        return px::fail(ERROR_INVALID_FORM_NAME, FALSE);
+    });
+}
+
+namespace {
+
+// One paper's entry of a DeviceCapabilitiesW list, written at out.
+void writePaperId(const PrinterDoc& paper, BYTE* out)
+{
+    WORD id = paper.at("id").get<WORD>();
+    std::memcpy(out, &id, sizeof id);
+}
+
+void writePaperSize(const PrinterDoc& paper, BYTE* out)
+{
+    POINT size{paper.at("width").get<LONG>(), paper.at("length").get<LONG>()};
+    std::memcpy(out, &size, sizeof size);
+}
+
+struct PaperCapability {
+    WORD capability;
+    size_t entryBytes;
+    void (*write)(const PrinterDoc& paper, BYTE* out);
+};
+
+const PaperCapability kPaperCapabilities[] = {
+    {DC_PAPERS, sizeof(WORD), writePaperId},
+    {DC_PAPERSIZE, sizeof(POINT), writePaperSize},
+};
+
+}  // namespace
+
+// The paper lists of a printer, named by the printer's name; the port and the
+// device mode change nothing here, because every paper a printer lists can be
+// had on any port and in either orientation. A null output asks for the count.
+INT DeviceCapabilitiesW(LPCWSTR pDevice, LPCWSTR, WORD fwCapability, LPWSTR pOutput, const DEVMODEW*)
+{
+    if (!pDevice)
+        return px::fail(ERROR_INVALID_PARAMETER, -1);
+    const PaperCapability* cap = nullptr;
+    for (const PaperCapability& c : kPaperCapabilities)
+        cap = c.capability == fwCapability ? &c : cap;
+    try {
+        std::string name = px::narrow(pDevice);
+        if (!px::isPrinterName(name))
+            return px::fail(ERROR_INVALID_PRINTER_NAME, -1);
+        px::PrinterDoc doc;
+        std::string problem;
+        px::PrinterLoad load = px::loadPrinterFile(px::printerFilePath(name), doc, problem);
+        if (load != px::PrinterLoad::Ok) {
+            if (load != px::PrinterLoad::Missing)
+                complain(problem);
+            return px::fail(ERROR_INVALID_PRINTER_NAME, -1);
+        }
+        if (!cap)
+            return px::fail(ERROR_NOT_SUPPORTED, -1);
+        const PrinterDoc& papers = listOf(doc, "papers");
+        if (pOutput) {
+            BYTE* out = reinterpret_cast<BYTE*>(pOutput);
+            for (const PrinterDoc& paper : papers) {
+                cap->write(paper, out);
+                out += cap->entryBytes;
+            }
+        }
+        return (INT)papers.size();
+    } catch (const std::bad_alloc&) {
+        return px::fail(ERROR_NOT_ENOUGH_MEMORY, -1);
+    } catch (...) {
+        return px::fail(ERROR_INVALID_DATA, -1);
+    }
 }

@@ -1,6 +1,6 @@
 // The spooler calls over printer files: opening, reading and writing printer
-// data, the printer and driver records, the checks on a printer file, and two
-// processes writing one printer at once.
+// data, the printer and driver records, the paper lists and forms, the checks
+// on a printer file, and two processes writing one printer at once.
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -367,7 +367,7 @@ TEST_F(Spooler, PrinterAndDriverRecordsFillOneBlock)
     EXPECT_EQ(std::u16string(info->pName), u"Pumex Embosser");
     EXPECT_EQ(std::u16string(info->pComment), u"");
     EXPECT_EQ((BYTE*)info->pComment + sizeof(WCHAR), buf.data() + needed) << "strings lie inside the block";
-    EXPECT_FALSE(GetPrinterW(h, 2, buf.data(), needed, &needed));
+    EXPECT_FALSE(GetPrinterW(h, 3, buf.data(), needed, &needed));
     EXPECT_EQ(GetLastError(), 124u);  // ERROR_INVALID_LEVEL
 
     EXPECT_FALSE(GetPrinterDriverW(h, nullptr, 1, nullptr, 0, &needed));
@@ -380,6 +380,193 @@ TEST_F(Spooler, PrinterAndDriverRecordsFillOneBlock)
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_ENVIRONMENT);
     EXPECT_FALSE(GetPrinterDriverW(h, nullptr, 3, buf.data(), (DWORD)buf.size(), &needed));
     EXPECT_EQ(GetLastError(), 124u);
+}
+
+// A printer with papers and forms, as the paper geometry reads them.
+std::string paperPrinter(const std::string& name, const std::string& papers, const std::string& forms)
+{
+    return R"({"name": ")" + name + R"(", "driver": "Pumex Pro", "port": "LPT1:", "papers": [)" + papers +
+           R"(], "forms": [)" + forms + "]}";
+}
+
+const std::string kPapers = R"({"id": 9, "name": "A4", "width": 2100, "length": 2970},
+    {"id": 1, "name": "Letter", "width": 2159, "length": 2794},
+    {"id": 9, "name": "A4 again", "width": 2101, "length": 2971})";
+const std::string kForms = R"({"name": "Letter", "width": 215900, "length": 279400},
+    {"name": "A4", "width": 210000, "length": 297000})";
+
+class Papers : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        root.writePrinter(kPrinter, paperPrinter(kPrinter, kPapers, kForms));
+        ASSERT_TRUE(openPrinter(kPrinter, &h));
+    }
+    void TearDown() override { ClosePrinter(h); }
+
+    testkit::TempRoot root;
+    HANDLE h = nullptr;
+};
+
+// Every string of a record must lie inside the caller's block.
+bool inside(const void* p, const std::vector<BYTE>& block)
+{
+    return (const BYTE*)p >= block.data() && (const BYTE*)p < block.data() + block.size();
+}
+
+TEST_F(Papers, PrinterLevelTwoCarriesTheDefaultDevModeInsideTheBlock)
+{
+    DWORD needed = 0;
+    SetLastError(kMagic);
+    EXPECT_FALSE(GetPrinterW(h, 2, nullptr, 0, &needed));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INSUFFICIENT_BUFFER);
+    ASSERT_GT(needed, sizeof(PRINTER_INFO_2W) + sizeof(DEVMODEW));
+    std::vector<BYTE> buf(needed, 0xAA);
+    EXPECT_FALSE(GetPrinterW(h, 2, buf.data(), needed - 1, &needed));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(buf, std::vector<BYTE>(needed, 0xAA)) << "nothing is written into a short buffer";
+    ASSERT_TRUE(GetPrinterW(h, 2, buf.data(), needed, &needed));
+
+    auto* info = reinterpret_cast<PRINTER_INFO_2W*>(buf.data());
+    EXPECT_EQ(info->pServerName, nullptr);
+    EXPECT_EQ(info->pSecurityDescriptor, nullptr);
+    struct Text {
+        LPWSTR field;
+        std::u16string expected;
+    } texts[] = {{info->pPrinterName, u"Pumex Embosser"}, {info->pPortName, u"LPT1:"},
+                 {info->pDriverName, u"Pumex Pro"},       {info->pShareName, u""},
+                 {info->pComment, u""},                   {info->pPrintProcessor, u"winprint"},
+                 {info->pDatatype, u"RAW"}};
+    for (const Text& t : texts) {
+        ASSERT_TRUE(inside(t.field, buf));
+        EXPECT_EQ(std::u16string(t.field), t.expected);
+    }
+
+    ASSERT_TRUE(inside(info->pDevMode, buf));
+    ASSERT_LE((BYTE*)info->pDevMode + sizeof(DEVMODEW), buf.data() + buf.size());
+    EXPECT_EQ((uintptr_t)info->pDevMode % alignof(DEVMODEW), 0u);
+    const DEVMODEW& dm = *info->pDevMode;
+    EXPECT_EQ(std::u16string(dm.dmDeviceName), u"Pumex Embosser");
+    EXPECT_EQ(dm.dmSize, 220);
+    EXPECT_EQ(dm.dmDriverExtra, 0);
+    EXPECT_EQ(dm.dmFields, (DWORD)(DM_PAPERSIZE | DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION));
+    EXPECT_EQ(dm.dmOrientation, DMORIENT_PORTRAIT);
+    EXPECT_EQ(dm.dmPaperSize, 9) << "the first paper the printer lists";
+    EXPECT_EQ(dm.dmPrintQuality, 100);
+    EXPECT_EQ(dm.dmYResolution, 100);
+}
+
+TEST(PapersOfAPrinter, DefaultDevModeWithoutPapersAndWithALongName)
+{
+    testkit::TempRoot root;
+    const std::string name = "An embosser whose name is longer than a device name can hold";
+    root.writePrinter(name, paperPrinter(name, "", ""));
+    HANDLE h = nullptr;
+    ASSERT_TRUE(openPrinter(name, &h));
+    DWORD needed = 0;
+    EXPECT_FALSE(GetPrinterW(h, 2, nullptr, 0, &needed));
+    std::vector<BYTE> buf(needed);
+    ASSERT_TRUE(GetPrinterW(h, 2, buf.data(), needed, &needed));
+    const DEVMODEW& dm = *reinterpret_cast<PRINTER_INFO_2W*>(buf.data())->pDevMode;
+    EXPECT_EQ(dm.dmFields, (DWORD)(DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION)) << "no paper to name";
+    EXPECT_EQ(dm.dmPaperSize, 0);
+    EXPECT_EQ(std::u16string(dm.dmDeviceName), testkit::wide(name.substr(0, 31)));
+    ClosePrinter(h);
+}
+
+TEST_F(Papers, DeviceCapabilitiesListsPapersInFileOrder)
+{
+    const std::u16string device = testkit::wide(kPrinter);
+    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), u"ignored", DC_PAPERS, nullptr, nullptr), 3);
+    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERSIZE, nullptr, nullptr), 3);
+
+    WORD ids[4] = {0xAAAA, 0xAAAA, 0xAAAA, 0xAAAA};
+    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERS, reinterpret_cast<LPWSTR>(ids), nullptr), 3);
+    EXPECT_EQ(std::vector<WORD>(ids, ids + 4), (std::vector<WORD>{9, 1, 9, 0xAAAA}));
+
+    POINT sizes[3] = {};
+    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERSIZE, reinterpret_cast<LPWSTR>(sizes), nullptr),
+              3);
+    const LONG expected[3][2] = {{2100, 2970}, {2159, 2794}, {2101, 2971}};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(sizes[i].x, expected[i][0]) << i;
+        EXPECT_EQ(sizes[i].y, expected[i][1]) << i;
+    }
+}
+
+TEST_F(Papers, DeviceCapabilitiesRefusals)
+{
+    root.writePrinter("Bare", paperPrinter("Bare", "", ""));
+    struct Case {
+        const char* device;  // null: no device
+        WORD capability;
+        INT result;
+        DWORD error;  // kMagic: left alone
+    } cases[] = {
+        {"Bare", DC_PAPERS, 0, kMagic},
+        {"Bare", DC_PAPERSIZE, 0, kMagic},
+        {"Nope", DC_PAPERS, -1, ERROR_INVALID_PRINTER_NAME},
+        {"../Bare", DC_PAPERS, -1, ERROR_INVALID_PRINTER_NAME},
+        {"Pumex Embosser", DC_PAPERNAMES, -1, ERROR_NOT_SUPPORTED},
+        {nullptr, DC_PAPERS, -1, ERROR_INVALID_PARAMETER},
+    };
+    for (const Case& c : cases) {
+        std::u16string device = c.device ? testkit::wide(c.device) : u"";
+        SetLastError(kMagic);
+        EXPECT_EQ(DeviceCapabilitiesW(c.device ? device.c_str() : nullptr, nullptr, c.capability, nullptr, nullptr),
+                  c.result)
+            << (c.device ? c.device : "(null)") << " " << c.capability;
+        EXPECT_EQ(GetLastError(), c.error) << (c.device ? c.device : "(null)");
+    }
+}
+
+TEST_F(Papers, GetFormFollowsTheBufferRules)
+{
+    std::u16string a4 = u"a4";  // form names compare without case
+    DWORD needed = kMagic;
+    SetLastError(kMagic);
+    EXPECT_FALSE(GetFormW(h, &a4[0], 1, nullptr, 0, &needed));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(needed, sizeof(FORM_INFO_1W) + sizeof(u"A4"));
+    std::vector<BYTE> buf(needed, 0xAA);
+    EXPECT_FALSE(GetFormW(h, &a4[0], 1, buf.data(), needed - 1, &needed));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INSUFFICIENT_BUFFER);
+    ASSERT_TRUE(GetFormW(h, &a4[0], 1, buf.data(), needed, &needed));
+    auto* form = reinterpret_cast<FORM_INFO_1W*>(buf.data());
+    EXPECT_EQ(std::u16string(form->pName), u"A4") << "the name as the printer spells it";
+    ASSERT_TRUE(inside(form->pName, buf));
+    EXPECT_EQ(form->Size.cx, 210000);
+    EXPECT_EQ(form->Size.cy, 297000);
+    EXPECT_EQ(form->ImageableArea.left, 0);
+    EXPECT_EQ(form->ImageableArea.top, 0);
+    EXPECT_EQ(form->ImageableArea.right, 210000);
+    EXPECT_EQ(form->ImageableArea.bottom, 297000);
+}
+
+TEST_F(Papers, GetFormRefusals)
+{
+    std::u16string letter = u"Letter", missing = u"Tabloid", empty = u"";
+    int notAHandle = 0;
+    struct Case {
+        const char* what;
+        HANDLE printer;
+        LPWSTR name;
+        DWORD level;
+        DWORD error;
+    } cases[] = {
+        {"unknown form", h, &missing[0], 1, ERROR_INVALID_FORM_NAME},
+        {"empty name", h, &empty[0], 1, ERROR_INVALID_FORM_NAME},
+        {"no name", h, nullptr, 1, ERROR_INVALID_PARAMETER},
+        {"level 2", h, &letter[0], 2, 124 /* ERROR_INVALID_LEVEL */},
+        {"foreign handle", (HANDLE)&notAHandle, &letter[0], 1, ERROR_INVALID_HANDLE},
+    };
+    std::vector<BYTE> buf(4096);
+    for (const Case& c : cases) {
+        DWORD needed = kMagic;
+        SetLastError(kMagic);
+        EXPECT_FALSE(GetFormW(c.printer, c.name, c.level, buf.data(), (DWORD)buf.size(), &needed)) << c.what;
+        EXPECT_EQ(GetLastError(), c.error) << c.what;
+    }
 }
 
 // One writer process, 200 writes: count 0..99 into Count<tag>, "<tag><i>" into Last<tag>.

@@ -241,6 +241,9 @@ DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveH
 
 BOOL CloseHandle(HANDLE hObject)
 {
+    BOOL closed = FALSE;
+    if (px::closeProcessHandle(hObject, &closed))
+        return closed;
     auto* h = px::handleAs<FileHandle>(hObject, px::HandleKind::File);
     if (!h)
         return FALSE;

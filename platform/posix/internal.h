@@ -26,6 +26,10 @@ T* handleAs(HANDLE h, HandleKind kind)
     return static_cast<T*>(findHandle(h, kind));
 }
 
+// Closes h when it is a process or thread handle (process.cpp): true and the
+// result in *result; otherwise false, with the last error left as it was.
+bool closeProcessHandle(HANDLE h, BOOL* result);
+
 // Sets the thread's last error and returns the value given, for one-line failures.
 template <typename T>
 T fail(DWORD error, T result)

@@ -11,6 +11,9 @@
 #include <winddi.h>
 #include <winspool.h>
 #include <shlobj.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <cstdio>
 #else
 #include "px/wintypes.h"
 #include "px/winddi.h"

@@ -3,6 +3,10 @@
 #pragma once
 
 #include "px/winddi.h"
+#include "px/wincrt.h"
+#include "px/wincrt_stat.h"
+#include "px/winmath.h"
+#include "px/winproc.h"
 
 struct SECURITY_ATTRIBUTES;
 typedef SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES;

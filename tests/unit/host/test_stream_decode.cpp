@@ -1,42 +1,39 @@
-// Reading embosser streams back: sound streams in every body form, the faults
-// a damaged stream can have (each named with its page and byte offset), the
-// words for header fields, the reports and the picture.
+// Reading embosser streams back (every body form, damaged streams named by page
+// and byte offset, `pumex inspect`), and pages made by the plug-in's encoders
+// read back: random pages of dot values, rendered pages in both orientations and
+// every body form, and the header's codes with the reader's names for them.
+#include "../output/device_fixture.h"
+#include "output/stream.h"
 #include "stream_decode.h"
-#include "stream_picture.h"
-#include "stream_report.h"
+
+#include "diag/diag.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <sys/wait.h>
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using Form = host::BodyForm;
+using fixtures::Device;
 
 // A page header with a correct checksum.
 Bytes header(uint8_t format, unsigned width, unsigned height, uint32_t byteCount = 0, uint8_t dot = 0x02,
              uint8_t media = 0x10, uint8_t minForce = 1, uint8_t maxForce = 0)
 {
-    Bytes h = {0x1B,
-               format,
-               dot,
-               media,
-               minForce,
-               (uint8_t)width,
-               (uint8_t)(width >> 8),
-               (uint8_t)height,
-               (uint8_t)(height >> 8),
-               maxForce,
-               (uint8_t)byteCount,
-               (uint8_t)(byteCount >> 8),
-               (uint8_t)(byteCount >> 16),
-               (uint8_t)(byteCount >> 24)};
+    Bytes h = {0x1B, format, dot, media, minForce, (uint8_t)width, (uint8_t)(width >> 8), (uint8_t)height,
+               (uint8_t)(height >> 8), maxForce};
+    for (int shift = 0; shift < 32; shift += 8)
+        h.push_back((uint8_t)(byteCount >> shift));
     uint16_t sum = host::pageChecksum(h.data());
-    h.push_back((uint8_t)sum);
-    h.push_back((uint8_t)(sum >> 8));
+    h.insert(h.end(), {(uint8_t)sum, (uint8_t)(sum >> 8)});
     return h;
 }
 
@@ -56,42 +53,24 @@ host::DecodedStream decode(const Bytes& b, unsigned version = 3)
 }
 
 // A sound 4 x 2 page in the row encoding: row 0 (7, 15, 0, 1), row 1 blank.
-const Bytes kPageBody = {0x00, 0x02, 0x07, 0x0F, 0x00, 0x01, 0xC0, 0x01};
+const Bytes kPage = join({header(0x04, 4, 2), {0x00, 0x02, 0x07, 0x0F, 0x00, 0x01, 0xC0, 0x01}});
 
 TEST(StreamDecode, ReadsEncodedPlainAndHeaderOnlyPages)
 {
-    Bytes stream = join({header(0x04, 4, 2), kPageBody,                                   // encoded
-                         header(0x84, 4, 2, 16 + 8), {1, 2, 3, 4, 5, 6, 7, 15},          // plain, stored
-                         header(0x04, 170, 220, 0, 0x41, 0x27, 2, 14), Bytes(220 * 2, 0)});  // blank rows
-    for (size_t i = 16 + 8 + 16 + 8 + 16; i < stream.size(); i += 2)
-        stream[i] = 0xC0, stream[i + 1] = 0x01;
-    host::DecodedStream s = decode(stream);
+    host::DecodedStream s = decode(join({kPage, header(0x84, 4, 2, 16 + 8), {1, 2, 3, 4, 5, 6, 7, 15},
+                                         header(0x04, 4, 1, 0, 0x41, 0x27, 2, 14), {0xC0, 0x01}}));
     ASSERT_TRUE(s.ok) << s.problem.message;
     ASSERT_EQ(s.pages.size(), 3u);
-
-    const host::DecodedPage& p1 = s.pages[0];
-    EXPECT_EQ(p1.form, host::BodyForm::Encoded);
-    EXPECT_EQ(p1.size, 24u);
+    const host::DecodedPage &p1 = s.pages[0], &p2 = s.pages[1];
+    EXPECT_EQ(p1.form, Form::Encoded);
     EXPECT_EQ(p1.cells, (Bytes{7, 15, 0, 1, 0, 0, 0, 0}));
-    EXPECT_EQ(p1.histogram[0], 5u);
-    EXPECT_EQ(p1.histogram[15], 1u);
-    EXPECT_TRUE(p1.header.professional());
-
-    const host::DecodedPage& p2 = s.pages[1];
-    EXPECT_EQ(p2.form, host::BodyForm::Plain);
+    EXPECT_EQ(p2.form, Form::Plain);
     EXPECT_EQ(p2.offset, 24u);
     EXPECT_EQ(p2.cells, (Bytes{1, 2, 3, 4, 5, 6, 7, 15}));
-
-    const host::PageHeader& h3 = s.pages[2].header;
-    EXPECT_EQ(s.pages[2].size, 16u + 440);
-    EXPECT_FALSE(h3.professional());
-    EXPECT_EQ(h3.dotHeightCode(), 1u);
-    EXPECT_EQ(h3.mediaCode(), 2u);
-    EXPECT_EQ(h3.paperSource(), 3u);
-    EXPECT_TRUE(h3.perforation());
-    EXPECT_EQ(h3.minForce, 2);
-    EXPECT_EQ(h3.maxForce, 14);
-    EXPECT_EQ(s.pages[2].histogram[0], 170u * 220);
+    const host::PageHeader &h1 = p1.header, &h3 = s.pages[2].header;
+    EXPECT_EQ(std::vector<unsigned>({h1.professional(), h3.professional(), h3.dotHeightCode(), h3.mediaCode(),
+                                     h3.paperSource(), h3.perforation(), h3.minForce, h3.maxForce}),
+              std::vector<unsigned>({1, 0, 1, 2, 3, 1, 2, 14}));
 
     // The same bytes read as another version have no body: every page is its header.
     host::DecodedStream headersOnly = decode(join({header(0x04, 4, 2), header(0x84, 4, 2)}), 7);
@@ -100,183 +79,289 @@ TEST(StreamDecode, ReadsEncodedPlainAndHeaderOnlyPages)
     EXPECT_EQ(headersOnly.pages[1].offset, 16u);
 }
 
-TEST(StreamDecode, PackedRowsOfVersionOne)
+TEST(StreamDecode, PackedRowsOfVersionOneCarryCellGPlus20JInBitJOfByteG)
 {
     Bytes row(40, 0);
     row[0] = 0x03;   // cells 0 and 20
     row[39] = 0x80;  // cell 319
-    Bytes stream = join({header(0x84, 330, 1), row});
-    host::DecodedStream s = decode(stream, 1);
+    host::DecodedStream s = decode(join({header(0x84, 330, 1), row, header(0x84, 10, 1), row}), 1);
     ASSERT_TRUE(s.ok) << s.problem.message;
     const host::DecodedPage& p = s.pages[0];
-    EXPECT_EQ(p.form, host::BodyForm::Packed);
+    EXPECT_EQ(p.form, Form::Packed);
     EXPECT_EQ(p.columns, 320u);
-    EXPECT_EQ(p.cells[0], 1);
-    EXPECT_EQ(p.cells[20], 1);
-    EXPECT_EQ(p.cells[319], 1);
+    EXPECT_EQ(p.cells[0] + p.cells[20] + p.cells[319], 3);
     EXPECT_EQ(p.histogram[1], 3u);
     EXPECT_TRUE(p.warnings.empty());
-
-    host::DecodedStream narrow = decode(join({header(0x84, 10, 1), row}), 1);
-    ASSERT_TRUE(narrow.ok);
-    EXPECT_EQ(narrow.pages[0].columns, 10u);
-    ASSERT_EQ(narrow.pages[0].warnings.size(), 1u);  // dots past the width
+    EXPECT_EQ(s.pages[1].columns, 10u);
+    EXPECT_EQ(s.pages[1].warnings.size(), 1u);  // dots past the width
 }
 
 TEST(StreamDecode, DamagedStreamsNameThePageAndOffset)
 {
-    Bytes good = join({header(0x04, 4, 2), kPageBody});  // 24 bytes
-    auto second = [&](const Bytes& page) { return join({good, page}); };
-    Bytes badSum = header(0x04, 4, 2);
-    badSum[14] ^= 1;
-    Bytes noEscape = header(0x04, 4, 2);
+    Bytes noEscape = kPage, badSum = kPage;
     noEscape[0] = 0x1C;
-    Bytes shortHeader = header(0x04, 4, 2);
-    shortHeader.resize(10);
+    badSum[14] ^= 1;
     struct Case {
-        const char* name;
         Bytes stream;
-        size_t page, offset;
+        size_t page, offset;  // kPage takes 24 bytes
         const char* says;
     } cases[] = {
-        {"no escape", second(noEscape), 2, 24, "escape byte 0x1B, found 0x1C"},
-        {"checksum", second(join({badSum, kPageBody})), 2, 24 + 14, "checksum"},
-        {"short header", second(shortHeader), 2, 24, "inside the page header (10 of 16"},
-        {"format byte", second(join({header(0x05, 4, 2), kPageBody})), 2, 25, "body-format byte 0x05"},
-        {"odd width", second(join({header(0x04, 3, 1), {0xC0, 0x01}})), 2, 29, "odd page width 3"},
-        {"impossible token", second(join({header(0x04, 4, 1), {0x40, 0x01, 0, 0}})), 2, 40, "impossible token 0x40"},
-        {"blank token wrong", second(join({header(0x04, 4, 1), {0xC0, 0x02}})), 2, 40, "impossible token C0 02"},
-        {"blank after words",
-         second(join({header(0x04, 4, 1), {0x00, 0x01, 1, 0, 0xC0, 0x01}})),
-         2,
-         44,
-         "blank-row token after 1 words"},
-        {"run of 0", second(join({header(0x04, 4, 1), {0x80, 0x00, 1, 0}})), 2, 40, "run of 0 words"},
-        {"literal of 128", second(join({header(0x04, 512, 1), {0x00, 0x80}})), 2, 40, "literal of 128 words"},
-        {"run past the end", second(join({header(0x04, 4, 1), {0x80, 0x03, 1, 0}})), 2, 40, "passes the row's end"},
-        {"literal cut short", second(join({header(0x04, 4, 1), {0x00, 0x02, 1, 0, 2}})), 2, 45,
-         "ends inside a literal"},
-        {"row missing", second(join({header(0x04, 4, 2), {0xC0, 0x01}})), 2, 42, "row 1: the stream ends"},
-        {"plain row short", second(join({header(0x84, 4, 1), {1, 2}})), 2, 42, "ends after 2 of its 4 bytes"},
-        {"byte count", second(join({header(0x04, 4, 2, 99), kPageBody})), 2, 34, "byte count says 99"},
-        {"first page", Bytes{0x1B}, 1, 0, "inside the page header (1 of 16"},
+        {{0x1B}, 1, 0, "inside the page header (1 of 16"},
+        {join({kPage, noEscape}), 2, 24, "escape byte 0x1B, found 0x1C"},
+        {join({kPage, badSum}), 2, 24 + 14, "checksum"},
+        {join({kPage, Bytes(kPage.begin(), kPage.begin() + 10)}), 2, 24, "inside the page header (10 of 16"},
+        {join({kPage, header(0x05, 4, 1), {0xC0, 0x01}}), 2, 25, "body-format byte 0x05"},
+        {join({kPage, header(0x04, 3, 1), {0xC0, 0x01}}), 2, 29, "odd page width 3"},
+        {join({kPage, header(0x04, 4, 1), {0x40, 0x01, 0, 0}}), 2, 40, "impossible token 0x40"},
+        {join({kPage, header(0x04, 4, 1), {0xC0, 0x02}}), 2, 40, "impossible token C0 02"},
+        {join({kPage, header(0x04, 4, 1), {0x00, 0x01, 1, 0, 0xC0, 0x01}}), 2, 44, "blank-row token after 1 words"},
+        {join({kPage, header(0x04, 4, 1), {0x80, 0x00, 1, 0}}), 2, 40, "run of 0 words"},
+        {join({kPage, header(0x04, 512, 1), {0x00, 0x80}}), 2, 40, "literal of 128 words"},
+        {join({kPage, header(0x04, 4, 1), {0x80, 0x03, 1, 0}}), 2, 40, "passes the row's end"},
+        {join({kPage, header(0x04, 4, 1), {0x00, 0x02, 1, 0, 2}}), 2, 45, "ends inside a literal"},
+        {join({kPage, header(0x04, 4, 2), {0xC0, 0x01}}), 2, 42, "row 1: the stream ends"},
+        {join({kPage, header(0x84, 4, 1), {1, 2}}), 2, 42, "ends after 2 of its 4 bytes"},
+        {join({kPage, header(0x04, 4, 1, 99), {0xC0, 0x01}}), 2, 34, "byte count says 99"},
     };
     for (const Case& c : cases) {
         host::DecodedStream s = decode(c.stream);
-        EXPECT_FALSE(s.ok) << c.name;
-        EXPECT_EQ(s.problem.page, c.page) << c.name;
-        EXPECT_EQ(s.problem.offset, c.offset) << c.name;
-        EXPECT_NE(s.problem.message.find(c.says), std::string::npos) << c.name << ": " << s.problem.message;
-        EXPECT_EQ(s.pages.size(), c.page - 1) << c.name;  // the sound pages before it are kept
+        EXPECT_FALSE(s.ok) << c.says;
+        EXPECT_EQ(std::make_pair(s.problem.page, s.problem.offset), std::make_pair(c.page, c.offset)) << c.says;
+        EXPECT_NE(s.problem.message.find(c.says), std::string::npos) << s.problem.message;
+        EXPECT_EQ(s.pages.size(), c.page - 1) << c.says;  // the sound pages before it are kept
     }
 }
 
-TEST(StreamDecode, OdditiesThatDoNotStopTheReadingAreWarnings)
+// Runs `pumex inspect` with the given arguments: its exit status, stdout and stderr.
+struct Inspected {
+    int status = -1;
+    std::string out, err;
+};
+Inspected inspect(const testkit::TempRoot& root, const std::string& args)
 {
-    Bytes stream = join({header(0x84, 2, 1, 0, 0x82, 0x8E), {9, 255}});
-    host::DecodedStream s = decode(stream);
-    ASSERT_TRUE(s.ok) << s.problem.message;
-    const auto& w = s.pages[0].warnings;
-    ASSERT_EQ(w.size(), 4u);
-    EXPECT_NE(w[0].find("reserved bits"), std::string::npos);
-    EXPECT_NE(w[1].find("bit 7 of the media byte"), std::string::npos);
-    EXPECT_NE(w[2].find("paper-source code 7"), std::string::npos);
-    EXPECT_NE(w[3].find("1 cells hold values"), std::string::npos);
+    std::string out = root.path() + "/stdout.txt", err = root.path() + "/stderr.txt";
+    int raw = std::system(("'" PUMEX_TEST_PUMEX "' inspect " + args + " >'" + out + "' 2>'" + err + "'").c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, testkit::readFile(out), testkit::readFile(err)};
 }
 
-TEST(StreamWords, HeaderFieldsForBothKindsOfModel)
+TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
 {
-    struct Case {
-        unsigned code;
-        const char* professional;
-        const char* other;
-    } media[] = {{0, "unnamed (forces only)", "unnamed (forces only)"},
-                 {1, "braille paper", "braille paper"},
-                 {2, "roll or light braille paper", "copy paper"},
-                 {3, "copy paper", "cardstock"},
-                 {4, "cardstock", "sheet plastic"},
-                 {5, "unknown media", "unknown media"}};
-    for (const Case& c : media) {
-        EXPECT_STREQ(host::mediaName(c.code, true), c.professional);
-        EXPECT_STREQ(host::mediaName(c.code, false), c.other);
-    }
-    const char* sources[] = {"automatic",           "lower tractor feeder (standard)",
-                             "upper tractor feeder", "top sheet feeder (standard)",
-                             "middle sheet feeder",  "bottom sheet feeder",
-                             "unknown feeder",       "unknown feeder"};
-    for (unsigned i = 0; i < 8; ++i)
-        EXPECT_STREQ(host::paperSourceName(i), sources[i]);
-    const char* heights[] = {"not set", "heavy", "normal", "light"};
-    for (unsigned i = 0; i < 4; ++i)
-        EXPECT_STREQ(host::dotHeightName(i), heights[i]);
-    EXPECT_EQ(host::dotValueName(15, host::BodyForm::Encoded), "braille");
-    EXPECT_EQ(host::dotValueName(255, host::BodyForm::Encoded), "outside");
-    EXPECT_EQ(host::dotValueName(1, host::BodyForm::Packed), "dot");
-}
+    // A sound page, then one whose rows are missing.
+    testkit::TempRoot root;
+    std::string file = root.path() + "/job.prn", png = root.path() + "/job.png";
+    Bytes stream = join({kPage, header(0x04, 170, 220, 0, 0x41, 0x27, 2, 14)});
+    testkit::writeFile(file, std::string(stream.begin(), stream.end()));
 
-TEST(StreamReport, WordsForPeopleAndJsonForScripts)
-{
-    Bytes stream = join({header(0x04, 4, 2), kPageBody, header(0x04, 170, 220, 0, 0x41, 0x27, 2, 14)});
-    host::DecodedStream s = decode(stream);
-    ASSERT_FALSE(s.ok);
-    std::string text = host::streamReportText(s, "job.prn", 3);
-    EXPECT_NE(text.find("job.prn: 1 page, 40 bytes, read as output version 3\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("page 1 at offset 0 (0x0): 24 bytes, encoded rows\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("  size: 4 x 2 cells\n"), std::string::npos);
-    EXPECT_NE(text.find("  dot height: normal (code 2); professional model\n"), std::string::npos);
-    EXPECT_NE(text.find("  media: braille paper (code 1); paper source: automatic (code 0); no perforation\n"),
-              std::string::npos);
-    EXPECT_NE(text.find("  dots: blank 5, height 1 1, height 7 1, braille 1\n"), std::string::npos) << text;
-    EXPECT_EQ(host::streamProblemText(s, "job.prn"),
-              "job.prn: page 2 at byte offset 40 (0x28): row 0: the stream ends inside a row token (0 of 85 words read)");
+    Inspected text = inspect(root, "'" + file + "'");
+    EXPECT_EQ(text.status, 1);
+    for (const char* line : {"job.prn: 1 page, 40 bytes, read as output version 3\npage 1 at offset 0 (0x0): 24 bytes, "
+                             "encoded rows\n  size: 4 x 2 cells\n  dot height: normal (code 2); professional model\n",
+                             "  media: braille paper (code 1); paper source: automatic (code 0); no perforation\n",
+                             "  dots: blank 5, height 1 1, height 7 1, braille 1\npage 2 at offset 40: damaged"})
+        EXPECT_NE(text.out.find(line), std::string::npos) << line << text.out;
+    EXPECT_EQ(text.err, "pumex inspect: " + file + ": page 2 at byte offset 40 (0x28): row 0: the stream ends " +
+                            "inside a row token (0 of 85 words read)\n");
 
-    nlohmann::json j = nlohmann::json::parse(host::streamReportJson(s, "job.prn", 3));
+    Inspected json = inspect(root, "'" + file + "' --json --png '" + png + "'");
+    EXPECT_EQ(json.status, 1) << json.err;
+    nlohmann::json j = nlohmann::json::parse(json.out);
     EXPECT_EQ(j["ok"], false);
-    EXPECT_EQ(j["error"]["page"], 2);
     EXPECT_EQ(j["error"]["offset"], 40);
     ASSERT_EQ(j["pages"].size(), 1u);
     EXPECT_EQ(j["pages"][0]["media"]["name"], "braille paper");
-    EXPECT_EQ(j["pages"][0]["histogram"]["15"], 1);
-    EXPECT_EQ(j["pages"][0]["checksum"], s.pages[0].header.checksum);
+    // The sound page drawn: 4 x 2 cells of 4 pixels inside margins of 24, 64 x 56 pixels.
+    EXPECT_EQ(testkit::readFile(png).substr(12, 12), std::string("IHDR\0\0\0\x40\0\0\0\x38", 12));
+    EXPECT_EQ(inspect(root, "'" + root.path() + "/none.prn'").status, 2);
 }
 
-TEST(StreamPicture, PagesSideBySideWithEdgesAndDistinctDots)
+// Renders every 5 x 5 cell of the device's surface one grey (giving dot value
+// 0 to 7 with the fixture's plain tone mapping) or under a braille (15) or
+// italic (2) text marker; returns the value each cell must give.
+Bytes render(Device& device, std::mt19937& random)
 {
-    Bytes stream = join({header(0x84, 4, 2), {1, 7, 15, 255, 0, 9, 0, 0}, header(0x84, 2, 3), {0, 0, 0, 0, 0, 0}});
-    host::DecodedStream s = decode(stream);
-    ASSERT_TRUE(s.ok);
-    host::PictureOptions o;
-    o.scale = 8;
-    host::Picture pic;
-    std::string error;
-    ASSERT_TRUE(host::drawStream(s, o, pic, error)) << error;
-    // Table gap 24, page 1 is 32 wide, gap, page 2 is 16 wide, gap; the taller page is 24 high.
-    EXPECT_EQ(pic.width, 24u + 32 + 24 + 16 + 24);
-    EXPECT_EQ(pic.height, 24u + 24 + 24);
-    auto at = [&](unsigned x, unsigned y) {
-        const uint8_t* p = &pic.rgb[(size_t(y) * pic.width + x) * 3];
-        return host::Rgb{p[0], p[1], p[2]};
+    const uint8_t greyForDot[8] = {255, 240, 200, 170, 130, 100, 60, 0};
+    unsigned cols = (unsigned)device.surface.sizlBitmap.cx / 5, rows = (unsigned)device.surface.sizlBitmap.cy / 5;
+    Bytes dots;
+    for (unsigned i = 0; i < cols * rows; ++i) {
+        unsigned x = i % cols * 5, y = i / cols * 5, pick = random() % 10;
+        if (pick < 8)
+            device.paint(x, y, x + 5, y + 5, greyForDot[pick]);
+        else
+            device.mark(x, y, x + 5, y + 5, (uint8_t)(pick - 7));  // 1 braille, 2 italic
+        dots.push_back(pick < 8 ? pick : pick == 8 ? 15 : 2);
+    }
+    return dots;
+}
+
+Bytes spooledPage(Device& device, BOOL landscape, DWORD* size = nullptr)
+{
+    device.spool.bytes.clear();
+    DWORD n = WritePage(&device.surface, 0, 0, landscape, nullptr, TRUE);
+    if (size)
+        *size = n;
+    return device.spool.bytes;
+}
+
+TEST(RoundTrip, RandomPagesOfDotValuesStoreAndReadBack)
+{
+    Device device(850, 1100);
+    std::mt19937 random(6011);
+    const uint8_t values[] = {0, 1, 2, 3, 4, 5, 6, 7, 15};
+    for (int trial = 0; trial < 100; ++trial) {
+        // Few values a page, on rows up to 600 cells: long runs as well as literals. The first page
+        // takes more than a million bytes.
+        bool huge = trial == 0;
+        DWORD w = huge ? 2000 : 1 + random() % 600, h = huge ? 800 : random() % 30;
+        DWORD alphabet = huge ? 4 : 1 + random() % 4;
+        uint8_t chosen[4] = {values[random() % 9], values[random() % 9], values[random() % 9], values[random() % 9]};
+        std::unique_ptr<TextPage, void (*)(TextPage*)> page(TextPage_new(w, h, TEXTPAGE_TYPE_ZERO), TextPage_delete);
+        for (DWORD i = 0; i < w * h; ++i)
+            TextPage_setPixel(page.get(), i % w, i / w, chosen[random() % alphabet]);
+        BYTE* block = nullptr;
+        DWORD size = WritePrinterBuffer(&device.surface, page.get(), &block, 2, FALSE);
+        EXPECT_TRUE(!huge || size > 1000000) << size;
+        ASSERT_NE(block, nullptr);
+        host::DecodedStream s = decode(Bytes(block, block + size));
+        myfree(block);
+        ASSERT_TRUE(s.ok) << "trial " << trial << ": " << s.problem.message;
+        const host::DecodedPage& p = s.pages.at(0);
+        ASSERT_EQ(p.columns, (w + 1) / 2 * 2);
+        EXPECT_LE(size, 16 + h * std::max(2u, 2 * p.columns)) << "trial " << trial;  // never twice the row
+        for (DWORD i = 0; i < p.columns * h; ++i) {
+            DWORD x = i % p.columns, y = i / p.columns;
+            ASSERT_EQ(p.cells[i], x < w ? page->m_Image[y * w + x] : 255) << trial << " at " << x << "," << y;
+        }
+    }
+}
+
+TEST(RoundTrip, RenderedPagesInBothOrientationsAndEveryBodyFormMeasuredCopiedAndSentAlike)
+{
+    struct Case {
+        const char* name;
+        unsigned cx, cy;  // at 100 dpi: 5 x 5 pixels a cell
+        BOOL landscape, landscapeMode;
+        unsigned version;
+        BOOL compressed;
+        Form form;
+        DWORD size;  // 0: as the encoding comes out
+    } cases[] = {
+        {"portrait", 170, 110, FALSE, FALSE, 3, TRUE, Form::Encoded, 0},
+        {"portrait, odd width", 165, 100, FALSE, FALSE, 3, TRUE, Form::Encoded, 0},
+        {"landscape", 170, 115, TRUE, FALSE, 3, TRUE, Form::Encoded, 0},
+        {"landscape mode", 170, 115, TRUE, TRUE, 3, TRUE, Form::Encoded, 0},
+        {"version 2", 1700, 40, FALSE, FALSE, 2, TRUE, Form::Encoded, 0},
+        {"plain", 1700, 40, FALSE, FALSE, 3, FALSE, Form::Plain, 16 + 340 * 8},
+        {"plain, version 2", 1700, 40, FALSE, FALSE, 2, FALSE, Form::Plain, 16 + 340 * 8},
+        {"packed: 320 of 340 cells", 1700, 40, FALSE, FALSE, 1, TRUE, Form::Packed, 16 + 40 * 8},
+        {"packed, plain format byte", 1700, 40, FALSE, FALSE, 1, FALSE, Form::Packed, 16 + 40 * 8},
+        {"version 0: the header alone", 1700, 40, FALSE, FALSE, 0, TRUE, Form::None, 16},
+        {"version 4: the header alone", 1700, 40, FALSE, FALSE, 4, FALSE, Form::None, 16},
     };
-    unsigned x0 = 24, y0 = 24;
-    EXPECT_EQ(at(x0 + 2, y0 + 2), host::cellColour(1, host::BodyForm::Plain));
-    EXPECT_EQ(at(x0 + 8 + 2, y0 + 2), host::cellColour(7, host::BodyForm::Plain));
-    EXPECT_EQ(at(x0 + 16 + 4, y0 + 4), host::cellColour(15, host::BodyForm::Plain));  // the disc's middle
-    EXPECT_EQ(at(x0 + 16, y0), host::kPaperColour);                                   // the disc's corner
-    EXPECT_EQ(at(x0 + 24 + 4, y0 + 4), host::cellColour(255, host::BodyForm::Plain));
-    EXPECT_EQ(at(x0 + 8 + 4, y0 + 8 + 4), host::cellColour(9, host::BodyForm::Plain));
-    EXPECT_EQ(at(x0 + 4, y0 + 8 + 4), host::kPaperColour);
-    EXPECT_EQ(at(x0 - 1, y0 - 1), host::kEdgeColour);
-    EXPECT_EQ(at(x0 - 10, y0), host::kTableColour);
-    EXPECT_EQ(at(24 + 32 + 24 + 2, 24 + 2), host::kPaperColour);  // page 2
-    EXPECT_EQ(at(24 + 32 + 24 + 2, 24 + 24), host::kEdgeColour);  // below page 2 (3 rows of 8)
+    for (const Case& c : cases) {
+        Device device(c.cx, c.cy);
+        device.config.LandscapeMode = c.landscapeMode;
+        device.config.outputVersion = c.version;
+        device.config.compressed = c.compressed;
+        std::mt19937 random(77);
+        Bytes dots = render(device, random);
+        DWORD measured = WritePage(&device.surface, 0, 0, c.landscape, nullptr, FALSE), sent = 0;
+        Bytes block(measured + 8, 0xEE);
+        EXPECT_EQ(WritePage(&device.surface, 0, 0, c.landscape, block.data(), FALSE), measured);
+        EXPECT_TRUE(device.spool.bytes.empty());
+        Bytes bytes = spooledPage(device, c.landscape, &sent);
+        EXPECT_EQ(sent, measured);
+        EXPECT_EQ(Bytes(block.begin(), block.begin() + measured + 1), join({bytes, {0xEE}})) << c.name;  // and no more
+        EXPECT_EQ(measured, c.size ? c.size : measured) << c.name;
 
-    // Each taller dot is darker; braille, outside and strange values differ from all of them.
-    for (unsigned v = 1; v < 7; ++v)
-        EXPECT_GT(host::cellColour(v, host::BodyForm::Plain).r, host::cellColour(v + 1, host::BodyForm::Plain).r);
+        host::DecodedStream s = decode(bytes, c.version);
+        ASSERT_TRUE(s.ok) << c.name << ": " << s.problem.message;
+        const host::DecodedPage& p = s.pages[0];
+        EXPECT_EQ(p.form, c.form);
+        EXPECT_EQ(p.header.formatByte, c.compressed ? 0x04 : 0x84);
+        EXPECT_EQ(p.header.byteCount, 0u);
+        unsigned cols = c.cx / 5, rows = c.cy / 5;
+        unsigned W = ((c.landscape ? rows : cols) + 1) / 2 * 2, H = c.landscape ? cols : rows;
+        ASSERT_EQ(std::make_pair(unsigned(p.header.width), unsigned(p.header.height)), std::make_pair(W, H)) << c.name;
+        for (unsigned i = 0; i < p.columns * H; ++i) {
+            // The surface cell each page cell reads; the padding column of an odd width reads outside: 0.
+            unsigned x = i % p.columns, y = i / p.columns, sx = x, sy = y;
+            if (c.landscape)
+                sx = c.landscapeMode ? y : H - 1 - y, sy = c.landscapeMode ? W - 1 - x : x;
+            unsigned want = sx < cols && sy < rows ? dots[sy * cols + sx] : 0;
+            ASSERT_EQ(p.cells[i], c.form == Form::Packed ? want != 0 : want) << c.name << " at " << x << "," << y;
+        }
+    }
+}
 
-    o.maxSide = 50;
-    EXPECT_FALSE(host::drawStream(s, o, pic, error));
-    EXPECT_NE(error.find("too large"), std::string::npos);
+TEST(RoundTrip, ThePaddingColumnOfAnOddWidthIsSampledLikeAnyOther)
+{
+    // 15 pixels at rf 5: 3 cells, padded to 4. Magnified twice, the fourth
+    // column reads pixels 7 to 9, inside the surface.
+    Device device(15, 10);
+    device.config.Magnification = 2;
+    device.paint(8, 0, 10, 10, 0);
+    host::DecodedStream s = decode(spooledPage(device, FALSE));
+    ASSERT_TRUE(s.ok && s.pages[0].columns == 4u);
+    EXPECT_EQ(s.pages[0].cells[2], 0);
+    EXPECT_GT(s.pages[0].cells[3], 0);
+}
+
+TEST(RoundTrip, WithoutItsBuffersAPageLeavesOnlyItsHeaderSent)
+{
+    testkit::TempRoot root;
+    Device device(100, 100);
+    gDebugLevel = 1;
+    PxGetSyscalls()->calloc = [](size_t, size_t) -> void* { return nullptr; };
+    DWORD size = 1;
+    EXPECT_EQ(spooledPage(device, FALSE, &size).size(), 16u);
+    PxResetSyscalls();
+    gDebugLevel = 0;
+    EXPECT_EQ(size, 0u);
+    EXPECT_NE(root.log().find("\tCannot allocate enough memory for pBuff"), std::string::npos) << root.log();
+}
+
+TEST(HeaderCodes, MediaAndPaperSourceForBothKindsOfModel)
+{
+    const char *unnamed = "unnamed (forces only)", *roll = "roll or light braille paper";
+    struct Media {
+        INT type;
+        DWORD pro[3], other[3];  // code, least and most force on a professional model, on the others
+        const char *proName, *otherName;
+    } media[] = {
+        {MEDIA_COPYPAPER, {3, 1, 0}, {2, 1, 0}, "copy paper", "copy paper"},
+        {MEDIA_PREMIUMPAPER, {0, 2, 12}, {0, 2, 12}, unnamed, unnamed},
+        {MEDIA_CARDSTOCK, {4, 1, 0}, {3, 1, 0}, "cardstock", "cardstock"},
+        {MEDIA_BRAILLEPAPER, {1, 1, 0}, {1, 1, 0}, "braille paper", "braille paper"},
+        {MEDIA_ROLLPAPER, {2, 1, 0}, {0, 2, 14}, roll, unnamed},
+        {MEDIA_SHEETPLASTIC, {0, 7, 18}, {4, 1, 0}, unnamed, "sheet plastic"},
+        {MEDIA_CUSTOM, {0, 5, 9}, {0, 5, 9}, unnamed, unnamed},  // the Config's own forces
+        {12345, {0, 1, 0}, {0, 1, 0}, unnamed, unnamed},
+    };
+    Config config = {};
+    config.minCustPForce = 5;
+    config.maxCustPForce = 9;
+    for (bool professional : {true, false})
+        for (const Media& c : media) {
+            px_wcscpy(config.devName, NAME_CHARS, professional ? u"Quorvane Pro Ink" : u"Quorvane Max");
+            config.mediaType = c.type;
+            DWORD got[3] = {99, 99, 99};
+            GetMediaType(&config, &got[0], &got[1], &got[2]);
+            const DWORD* want = professional ? c.pro : c.other;
+            EXPECT_EQ(std::vector<DWORD>(got, got + 3), std::vector<DWORD>(want, want + 3)) << c.type << professional;
+            EXPECT_STREQ(host::mediaName(got[0], professional), professional ? c.proName : c.otherName);
+        }
+    DWORD none[3] = {9, 9, 9};
+    GetMediaType(nullptr, &none[0], &none[1], &none[2]);
+    EXPECT_EQ(std::vector<DWORD>(none, none + 3), std::vector<DWORD>({0, 1, 0}));
+    EXPECT_STREQ(host::mediaName(5, true), "unknown media");
+
+    DWORD bins[][2] = {{1, 3},   {2, 5},   {3, 4}, {8, 1}, {257, 1}, {258, 2},       {264, 3},
+                       {265, 4}, {266, 5}, {7, 0}, {0, 0}, {4, 0},   {259, 0}, {0xFFFFFFFF, 0}};
+    for (auto& b : bins)
+        EXPECT_EQ(getPaperSourceCode(b[0]), b[1]) << b[0];
+
+    for (INT dotHeight : {3, -1, 100})  // 0, 1 and 2 are in the headers' examples
+        EXPECT_EQ(getDotHeightCode(dotHeight), 2u) << dotHeight;
 }
 
 }  // namespace

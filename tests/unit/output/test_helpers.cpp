@@ -1,20 +1,27 @@
-// Helper processes: command lines, the error dialog on both kinds of Windows,
-// the viewer, the page-file dialog and temporary file names. Stand-ins play
-// the dialog program, the viewer and the command module.
-#include "fixture_programs.h"
+// Helper processes: command lines and how a started program receives them, the
+// error dialog, the page-file dialog and the viewer on both kinds of Windows.
+// Stand-ins play the dialog program and the viewer (the
+// argument recorder: it writes what it received, one a line) and the command
+// module (it writes each call it gets).
 #include "output/helpers.h"
 
 #include "config/config.h"
 #include "diag/diag.h"
+#include "px/winproc.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <filesystem>
+#include <sstream>
+#include <thread>
 
 namespace {
 
-using testkit::TempRoot;
+using Args = std::vector<std::string>;
 using testkit::wide;
 
 const char kDialogWinPath[] = "C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll";
@@ -26,21 +33,18 @@ std::string narrow(const WCHAR* s)
     return out;
 }
 
-// One test's world: a root, a printer's Config, a chosen Windows version, the
-// stand-ins' record files, and the log at level 1.
+// One test's world: a root, a printer's Config, the stand-ins' record files
+// and the log at level 1.
 class Helpers : public ::testing::Test {
 protected:
-    void SetUp() override
+    Helpers()
     {
-        config_ = std::make_unique<Config>();
         setPrinter("Pumex Embosser");
-        argvLog_ = root_.path() + "/argv.txt";
-        commandLog_ = root_.path() + "/commands.txt";
         setenv("PUMEX_TEST_ARGV_LOG", argvLog_.c_str(), 1);
         setenv("PUMEX_TEST_COMMAND_LOG", commandLog_.c_str(), 1);
         gDebugLevel = 1;
     }
-    void TearDown() override
+    ~Helpers() override
     {
         gDebugLevel = 0;
         PxSetWindowsVersion(0, 0);
@@ -49,184 +53,122 @@ protected:
     }
 
     void setPrinter(const std::string& name) { px_utf8_to_wide(config_->printerName, NAME_CHARS, name.c_str()); }
-    void installDialog() { fixtures::install(fixtures::argvRecorder(), fixtures::driverFolder3(root_) + "/qruxprdlg.dll"); }
-    void installModule(const char* which = fixtures::commandModule())
+    // Copies a built stand-in to a Windows path under the root (the driver package's folder unless given).
+    void install(const char* fixture, std::string winPath)
     {
-        fixtures::install(which, fixtures::driverFolder3(root_) + "/qruxprcmdl.dll");
+        namespace fs = std::filesystem;
+        if (winPath.find('/') == std::string::npos)
+            winPath = "windows/system32/spool/drivers/x64/3/" + winPath;
+        std::string to = root_.path() + "/drive_c/" + winPath;
+        fs::create_directories(fs::path(to).parent_path());
+        fs::copy_file(fixture, to, fs::copy_options::overwrite_existing);
+        fs::permissions(to, fs::perms::owner_all, fs::perm_options::add);
     }
-    std::vector<std::string> startedWith()
+    // The started program's arguments, waiting up to ten seconds for its
+    // record, which is then removed, ready for the next program.
+    Args startedWith()
     {
-        EXPECT_TRUE(fixtures::waitForFile(argvLog_));
-        return fixtures::recordedArgs(argvLog_);
+        for (int i = 0; i < 1000 && !testkit::fileExists(argvLog_); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        Args args;
+        std::istringstream in(take(argvLog_));
+        for (std::string line; std::getline(in, line);)
+            args.push_back(line);
+        return args;
     }
-    std::string commands() { return testkit::readFile(commandLog_); }
+    std::string take(const std::string& path)
+    {
+        std::string text = testkit::readFile(path);
+        std::remove(path.c_str());
+        return text;
+    }
+    // The command module's calls (made in this process) since the last look.
+    std::string commands() { return take(commandLog_); }
 
-    TempRoot root_;
-    std::unique_ptr<Config> config_;
-    std::string argvLog_, commandLog_;
+    testkit::TempRoot root_;
+    std::unique_ptr<Config> config_ = std::make_unique<Config>();
+    std::string argvLog_ = root_.path() + "/argv.txt", commandLog_ = root_.path() + "/commands.txt";
 };
 
-TEST(CommandLines, OrdinaryNamesComeOutAsThePlainPatterns)
+TEST_F(Helpers, QuotedArgumentsReachTheProgramExactly)
 {
+    Args expected = {PUMEX_TEST_ARGV_RECORDER, "plain", "", "a \"b\" c", "ends\\", "ends\\\\", "mid\\dle",
+                     "slash\\\"quote", "\"", "two  spaces", "Prägung ⠿"};
     CommandLine line;
-    buildDialogCommandLine(&line, u"C:\\d\\3\\qruxprdlg.dll", 34, u"Pumex Embosser", nullptr, nullptr);
-    EXPECT_EQ(narrow(line.text), "\"C:\\d\\3\\qruxprdlg.dll\" --error 34 --printer \"Pumex Embosser\"");
-    EXPECT_FALSE(line.bad);
-
-    buildDialogCommandLine(&line, u"C:\\d\\3\\qruxprdlg.dll", 33, u"P", u"C:\\t\\pmx1.tmp", u"C:\\t\\pmx2.tmp");
-    EXPECT_EQ(narrow(line.text),
-              "\"C:\\d\\3\\qruxprdlg.dll\" --error 33 --printer \"P\" --files \"C:\\t\\pmx1.tmp\" \"C:\\t\\pmx2.tmp\"");
-
-    buildViewerCommandLine(&line, u"C:\\Program Files\\V\\view.exe", u"C:\\t\\pmxA.tmp", u"My Printer");
-    EXPECT_EQ(narrow(line.text), "\"C:\\Program Files\\V\\view.exe\" \"C:\\t\\pmxA.tmp\" -printer \"My Printer\"");
-}
-
-TEST(CommandLines, QuotesAndTrailingBackslashesAreEscaped)
-{
-    struct Case {
-        const char16_t* argument;
-        const char* quoted;
-    } cases[] = {
-        {u"plain", "\"plain\""},
-        {u"", "\"\""},
-        {u"a \"b\" c", "\"a \\\"b\\\" c\""},
-        {u"ends\\", "\"ends\\\\\""},
-        {u"ends\\\\", "\"ends\\\\\\\\\""},
-        {u"mid\\dle", "\"mid\\dle\""},
-        {u"slash\\\"quote", "\"slash\\\\\\\"quote\""},
-        {u"\"", "\"\\\"\""},
-    };
-    for (const Case& c : cases) {
-        CommandLine line;
-        CommandLine_init(&line);
-        CommandLine_addQuoted(&line, c.argument);
-        EXPECT_EQ(narrow(line.text), c.quoted);
-        EXPECT_FALSE(line.bad);
+    CommandLine_init(&line);
+    CommandLine_addProgram(&line, wide(expected[0]).c_str());
+    for (size_t i = 1; i < expected.size(); ++i) {
+        CommandLine_addText(&line, " ");
+        CommandLine_addQuoted(&line, wide(expected[i]).c_str());
     }
+    EXPECT_EQ(narrow(line.text), "\"" + expected[0] + "\"" +
+                                     R"( "plain" "" "a \"b\" c" "ends\\" "ends\\\\" "mid\dle" "slash\\\"quote" "\"")"
+                                     R"( "two  spaces" "Prägung ⠿")");
+    ASSERT_FALSE(line.bad);
+    STARTUPINFOW si = {};
+    si.cb = sizeof si;
+    PROCESS_INFORMATION pi = {};
+    ASSERT_TRUE(CreateProcessW(nullptr, line.text, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi));
+    EXPECT_EQ(WaitForSingleObject(pi.hProcess, 10000), WAIT_OBJECT_0);
+    EXPECT_TRUE(CloseHandle(pi.hThread) && CloseHandle(pi.hProcess));
+    EXPECT_EQ(startedWith(), expected);
 }
 
-TEST(CommandLines, LinesThatCannotBeStartedSafelyAreMarkedBad)
+TEST(CommandLines, LinesThatCannotBeStartedSafelyAreMarkedBadAndPathsAreNeverCut)
 {
     CommandLine line;
     std::u16string huge(5000, u'x');
     buildDialogCommandLine(&line, u"C:\\d\\dlg.dll", 34, huge.c_str(), nullptr, nullptr);
-    EXPECT_TRUE(line.bad);
-    EXPECT_LT(line.length, (size_t)HELPER_TEXT_CHARS);
-    EXPECT_EQ(line.text[line.length], 0);
-
-    buildViewerCommandLine(&line, u"C:\\x\" --evil \"y.exe", u"f", u"p");
-    EXPECT_TRUE(line.bad);
-    buildViewerCommandLine(&line, u"", u"f", u"p");
-    EXPECT_TRUE(line.bad);
-}
-
-TEST_F(Helpers, DialogOnOlderWindowsStartsTheDialogProgram)
-{
-    PxSetWindowsVersion(5, 1);
-    installDialog();
-    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), STILL_ACTIVE);
-    EXPECT_EQ(startedWith(), (std::vector<std::string>{kDialogWinPath, "--error", "34", "--printer", "Pumex Embosser"}));
-    std::string log = root_.log();
-    EXPECT_NE(log.find(std::string("DisplayErrorDlgXP(): create process \"") + kDialogWinPath +
-                       "\" --error 34 --printer \"Pumex Embosser\"\n"),
-              std::string::npos)
-        << log;
-    EXPECT_NE(log.find("DisplayErrorDlgXP(): process exit 259 "), std::string::npos);
-    EXPECT_EQ(commands(), "");  // the command module plays no part
-}
-
-TEST_F(Helpers, DialogOnNewerWindowsGoesThroughTheCommandModule)
-{
-    PxSetWindowsVersion(6, 0);
-    installDialog();
-    installModule();
-    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), 4242);
-    EXPECT_EQ(commands(), std::string("DisplayErrorDlg|Pumex Embosser|") + kDialogWinPath + "|34|0\n");
-    std::string log = root_.log();
-    EXPECT_NE(log.find(std::string("DisplayErrorDlgVista(): ") + kDialogWinPath + "\n"), std::string::npos) << log;
-    EXPECT_NE(log.find("DisplayErrorDlgVista(): DisplayErrorDlg()=4242\n"), std::string::npos) << log;
-    EXPECT_FALSE(testkit::fileExists(argvLog_));
-}
-
-TEST_F(Helpers, DialogWithoutAUsableCommandModuleIsMinusOne)
-{
-    PxSetWindowsVersion(10, 0);
-    EXPECT_EQ(DisplayErrorDlgVista(config_.get(), 34), -1);
-    installModule(fixtures::bareCommandModule());
-    EXPECT_EQ(DisplayErrorDlgVista(config_.get(), 34), -1);
-    EXPECT_NE(root_.log().find("DisplayErrorDlgVista(): DisplayErrorDlg=0x0000000000000000\n"), std::string::npos);
-    EXPECT_EQ(commands(), "");
-}
-
-TEST_F(Helpers, ViewerPathsAndFilesWithSpacesOnOlderWindows)
-{
-    PxSetWindowsVersion(5, 1);
-    const char viewer[] = "C:\\Program Files\\Quorvane\\Pumex Viewer\\the viewer.exe";
-    fixtures::install(fixtures::argvRecorder(),
-                      root_.path() + "/drive_c/Program Files/Quorvane/Pumex Viewer/the viewer.exe");
-    envokeViewer(wide(viewer).c_str(), u"C:\\windows\\temp\\pmx 1.tmp", config_.get());
-    EXPECT_EQ(startedWith(), (std::vector<std::string>{viewer, "C:\\windows\\temp\\pmx 1.tmp", "-printer",
-                                                       "Pumex Embosser"}));
-    EXPECT_NE(root_.log().find("envokeViewer(): 1=CreateProcess(), err="), std::string::npos);
-}
-
-TEST_F(Helpers, ViewerOnNewerWindowsRunsAsTheUser)
-{
-    PxSetWindowsVersion(10, 0);
-    installModule();
-    envokeViewer(u"C:\\V\\view.exe", u"C:\\t\\pmx2.tmp", config_.get());
-    EXPECT_EQ(commands(),
-              "ExecProcessForPrinter|Pumex Embosser|\"C:\\V\\view.exe\" \"C:\\t\\pmx2.tmp\" -printer \"Pumex Embosser\"\n");
-    std::string log = root_.log();
-    EXPECT_NE(log.find("CreateProcessAsUserForVista(): got proc address\n"), std::string::npos);
-    EXPECT_NE(log.find("envokeViewer(): 0=CreateProcess(), err="), std::string::npos);
-}
-
-TEST_F(Helpers, PrinterNamesCannotAddArguments)
-{
-    PxSetWindowsVersion(5, 1);
-    installDialog();
-    const char* names[] = {"x\" --error \"99", "Back\\slash\\", "q\"\"q", "Prägung ⠿ \\\" end"};
-    for (const char* name : names) {
-        std::remove(argvLog_.c_str());
-        setPrinter(name);
-        DisplayErrorDlgXP(config_.get(), 34);
-        EXPECT_EQ(startedWith(), (std::vector<std::string>{kDialogWinPath, "--error", "34", "--printer", name}))
-            << name;
+    EXPECT_TRUE(line.bad && line.length < HELPER_TEXT_CHARS && line.text[line.length] == 0);
+    for (const char16_t* program : {u"C:\\x\" --evil \"y.exe", u""}) {
+        buildViewerCommandLine(&line, program, u"f", u"p");
+        EXPECT_TRUE(line.bad);
+    }
+    for (size_t chars : {20, 40}) {  // a package path too long for the folder, or whole, is no path at all
+        EXPECT_FALSE(getDriverPackageFile(line.text, chars, u"qruxprdlg.dll"));
+        EXPECT_EQ(line.text[0], 0);
     }
 }
 
-TEST_F(Helpers, PageFilesDialogOnBothKindsOfWindows)
+TEST_F(Helpers, ErrorAndPageFileDialogsOnBothKindsOfWindows)
 {
-    installDialog();
-    installModule();
-    PxSetWindowsVersion(5, 2);
-    startPageFilesDialog(config_.get(), u"C:\\windows\\temp\\pmx1.tmp", u"C:\\windows\\temp\\pmx2.tmp");
-    EXPECT_EQ(startedWith(), (std::vector<std::string>{kDialogWinPath, "--error", "33", "--printer", "Pumex Embosser",
-                                                       "--files", "C:\\windows\\temp\\pmx1.tmp",
-                                                       "C:\\windows\\temp\\pmx2.tmp"}));
-    PxSetWindowsVersion(6, 1);
+    PxSetWindowsVersion(10, 0);  // the command module, when there is a usable one
+    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
+    install(PUMEX_TEST_COMMAND_MODULE_BARE, "qruxprcmdl.dll");
+    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
+    install(PUMEX_TEST_COMMAND_MODULE, "qruxprcmdl.dll");
+    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), 4242);
+    EXPECT_EQ(commands(), std::string("DisplayErrorDlg|Pumex Embosser|") + kDialogWinPath + "|34|0\n");
     startPageFilesDialog(config_.get(), u"F.tmp", u"B.tmp");
     EXPECT_EQ(commands(), std::string("ExecProcessForPrinter|Pumex Embosser|\"") + kDialogWinPath +
                               "\" --error 33 --printer \"Pumex Embosser\" --files \"F.tmp\" \"B.tmp\"\n");
+
+    // The dialog program itself; a printer name cannot add arguments.
+    PxSetWindowsVersion(5, 1);
+    install(PUMEX_TEST_ARGV_RECORDER, "qruxprdlg.dll");
+    const char name[] = "x\" --error \"99 q\"\"q Prägung ⠿ \\\" end\\";
+    setPrinter(name);
+    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), STILL_ACTIVE);
+    EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "34", "--printer", name}));
+    startPageFilesDialog(config_.get(), u"C:\\windows\\temp\\pmx 1.tmp", u"C:\\windows\\temp\\pmx2.tmp");
+    EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "33", "--printer", name, "--files",
+                                   "C:\\windows\\temp\\pmx 1.tmp", "C:\\windows\\temp\\pmx2.tmp"}));
+    EXPECT_EQ(commands(), "");
 }
 
-TEST_F(Helpers, TemporaryFileNamesAreNewFilesWithThePrefix)
+TEST_F(Helpers, ViewerOnBothKindsOfWindows)
 {
-    WCHAR first[MAX_PATH], second[MAX_PATH];
-    ASSERT_NE(getTempFileName(first), 0u);
-    ASSERT_NE(getTempFileName(second), 0u);
-    EXPECT_NE(std::u16string(first), std::u16string(second));
-    EXPECT_EQ(narrow(first).rfind("C:\\windows\\temp\\pmx", 0), 0u) << narrow(first);
-    char posix[1024];
-    ASSERT_TRUE(PxMapPathW(first, posix, sizeof posix));
-    EXPECT_TRUE(testkit::fileExists(posix));
+    const char viewer[] = "C:\\Program Files\\Quorvane\\Pumex Viewer\\the viewer.exe";
+    install(PUMEX_TEST_ARGV_RECORDER, "Program Files/Quorvane/Pumex Viewer/the viewer.exe");
+    install(PUMEX_TEST_COMMAND_MODULE, "qruxprcmdl.dll");
+    PxSetWindowsVersion(5, 1);
+    envokeViewer(wide(viewer).c_str(), u"C:\\windows\\temp\\pmx 1.tmp", config_.get());
+    EXPECT_EQ(startedWith(), (Args{viewer, "C:\\windows\\temp\\pmx 1.tmp", "-printer", "Pumex Embosser"}));
 
-    std::filesystem::remove_all(root_.path() + "/drive_c/windows/temp");
-    std::filesystem::create_directories(root_.path() + "/drive_c/windows");
-    testkit::writeFile(root_.path() + "/drive_c/windows/temp", "a file where the folder should be");
-    EXPECT_EQ(getTempFileName(first), 0u);
-    EXPECT_EQ(first[0], 0);
+    PxSetWindowsVersion(10, 0);  // as the printing user
+    envokeViewer(u"C:\\V\\v.exe", u"C:\\t\\p2.tmp", config_.get());
+    EXPECT_EQ(commands(),
+              "ExecProcessForPrinter|Pumex Embosser|\"C:\\V\\v.exe\" \"C:\\t\\p2.tmp\" -printer \"Pumex Embosser\"\n");
 }
 
 }  // namespace

@@ -252,6 +252,37 @@ INT DisplayErrorDlgVista(const Config* config, DWORD errorCode)
     return result;
 }
 
+namespace {
+
+// Starts a command line for the printer's user: through the command module
+// from Windows 6 on, else with CreateProcessW and the given creation flags,
+// without waiting. Returns what CreateProcessW answered (0 on the newer path).
+DWORD startForPrinter(const Config* config, CommandLine* line, DWORD creationFlags, const char* caller)
+{
+    if (isCommandModuleSystem()) {
+        // Printer names are at most 220 characters on Windows, so the copy of
+        // MAX_PATH always holds the whole name; a longer one is refused, not
+        // cut. The whole line goes to the command module: a copy cut to
+        // MAX_PATH characters could lose a closing quote and change what starts.
+        WCHAR printerName[MAX_PATH];
+        if (px_wcslen(config->printerName) >= MAX_PATH) {
+            LogMessage("%s(): printer name too long, not started\n", caller);
+            return 0;
+        }
+        px_wcscpy(printerName, MAX_PATH, config->printerName);
+        return CreateProcessAsUserForVista(printerName, line->text);
+    }
+    STARTUPINFOW si = {};
+    PROCESS_INFORMATION pi = {};
+    si.cb = sizeof si;
+    DWORD result = CreateProcessW(nullptr, line->text, nullptr, nullptr, FALSE, creationFlags, nullptr, nullptr,
+                                  &si, &pi);
+    releaseProcess(&pi);
+    return result;
+}
+
+}  // namespace
+
 void envokeViewer(LPCWSTR viewerPath, LPCWSTR fileName, const Config* config)
 {
     CommandLine line;
@@ -261,26 +292,7 @@ void envokeViewer(LPCWSTR viewerPath, LPCWSTR fileName, const Config* config)
         LogMessage("envokeViewer(): command line does not fit or names no program, not started\n");
         return;
     }
-
-    DWORD result = 0;
-    if (isCommandModuleSystem()) {
-        // Printer names are at most 220 characters on Windows, so the copy of
-        // MAX_PATH always holds the whole name; a longer one is refused, not cut.
-        WCHAR printerName[MAX_PATH];
-        if (px_wcslen(config->printerName) >= MAX_PATH) {
-            LogMessage("envokeViewer(): printer name too long, not started\n");
-            return;
-        }
-        px_wcscpy(printerName, MAX_PATH, config->printerName);
-        result = CreateProcessAsUserForVista(printerName, line.text);
-    } else {
-        STARTUPINFOW si = {};
-        PROCESS_INFORMATION pi = {};
-        si.cb = sizeof si;
-        result = CreateProcessW(nullptr, line.text, nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
-                                &si, &pi);
-        releaseProcess(&pi);
-    }
+    DWORD result = startForPrinter(config, &line, DETACHED_PROCESS, "envokeViewer");
     LogMessage("envokeViewer(): %u=CreateProcess(), err=%d\n", result, GetLastError());
 }
 
@@ -295,21 +307,5 @@ void startPageFilesDialog(const Config* config, LPCWSTR frontFile, LPCWSTR backF
         LogMessage("startPageFilesDialog(): command line does not fit or names no program, not started\n");
         return;
     }
-    if (isCommandModuleSystem()) {
-        // The whole line goes to the command module: a copy cut to MAX_PATH
-        // characters could lose a closing quote and change what is started.
-        WCHAR printerName[MAX_PATH];
-        if (px_wcslen(config->printerName) >= MAX_PATH) {
-            LogMessage("startPageFilesDialog(): printer name too long, not started\n");
-            return;
-        }
-        px_wcscpy(printerName, MAX_PATH, config->printerName);
-        CreateProcessAsUserForVista(printerName, line.text);
-        return;
-    }
-    STARTUPINFOW si = {};
-    PROCESS_INFORMATION pi = {};
-    si.cb = sizeof si;
-    CreateProcessW(nullptr, line.text, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &si, &pi);
-    releaseProcess(&pi);
+    startForPrinter(config, &line, CREATE_NO_WINDOW, "startPageFilesDialog");
 }

@@ -194,7 +194,7 @@ struct Sink {
     }
 };
 
-struct Spec {
+struct FieldFormat {
     bool left = false, zero = false, alt = false, plus = false, space = false;
     int width = 0;
     int precision = -1;
@@ -208,42 +208,42 @@ size_t utf8Length(const char* s, int precision)
     return n;
 }
 
-void putNarrow(Sink& out, const Spec& spec, const char* s)
+void putNarrow(Sink& out, const FieldFormat& field, const char* s)
 {
     if (!s)
         s = "(null)";
-    size_t n = utf8Length(s, spec.precision);
-    int pad = spec.width > (int)n ? spec.width - (int)n : 0;
-    if (!spec.left)
+    size_t n = utf8Length(s, field.precision);
+    int pad = field.width > (int)n ? field.width - (int)n : 0;
+    if (!field.left)
         out.putRepeat(' ', pad);
     out.putBytes(s, n);
-    if (spec.left)
+    if (field.left)
         out.putRepeat(' ', pad);
 }
 
-void putWide(Sink& out, const Spec& spec, const WCHAR* s)
+void putWide(Sink& out, const FieldFormat& field, const WCHAR* s)
 {
     if (!s) {
-        putNarrow(out, spec, nullptr);
+        putNarrow(out, field, nullptr);
         return;
     }
     // Width and precision count UTF-16 code units, as on Windows.
     size_t units = 0;
-    while (s[units] && (spec.precision < 0 || units < (size_t)spec.precision))
+    while (s[units] && (field.precision < 0 || units < (size_t)field.precision))
         ++units;
-    int pad = spec.width > (int)units ? spec.width - (int)units : 0;
-    if (!spec.left)
+    int pad = field.width > (int)units ? field.width - (int)units : 0;
+    if (!field.left)
         out.putRepeat(' ', pad);
     const WCHAR* end = s + units;
     while (s < end) {
         char enc[4];
         out.putChar(enc, utf8Encode(utf16Next(s), enc));
     }
-    if (spec.left)
+    if (field.left)
         out.putRepeat(' ', pad);
 }
 
-void putInteger(Sink& out, const Spec& spec, uint64_t magnitude, bool negative, unsigned base, bool upper,
+void putInteger(Sink& out, const FieldFormat& field, uint64_t magnitude, bool negative, unsigned base, bool upper,
                 bool isSigned)
 {
     const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
@@ -254,29 +254,29 @@ void putInteger(Sink& out, const Spec& spec, uint64_t magnitude, bool negative, 
         magnitude /= base;
     } while (magnitude);
     bool zeroValue = (n == 1 && tmp[0] == '0');
-    if (spec.precision == 0 && zeroValue)
+    if (field.precision == 0 && zeroValue)
         n = 0;
-    int precisionZeros = spec.precision > n ? spec.precision - n : 0;
+    int precisionZeros = field.precision > n ? field.precision - n : 0;
 
     char prefix[3];
     int np = 0;
     if (isSigned && negative)
         prefix[np++] = '-';
-    else if (isSigned && spec.plus)
+    else if (isSigned && field.plus)
         prefix[np++] = '+';
-    else if (isSigned && spec.space)
+    else if (isSigned && field.space)
         prefix[np++] = ' ';
-    if (spec.alt && !zeroValue && base == 16) {
+    if (field.alt && !zeroValue && base == 16) {
         prefix[np++] = '0';
         prefix[np++] = upper ? 'X' : 'x';
-    } else if (spec.alt && base == 8 && precisionZeros == 0 && !zeroValue) {
+    } else if (field.alt && base == 8 && precisionZeros == 0 && !zeroValue) {
         precisionZeros = 1;
     }
 
     int body = np + precisionZeros + n;
-    int pad = spec.width > body ? spec.width - body : 0;
-    bool zeroPad = spec.zero && !spec.left && spec.precision < 0;
-    if (!spec.left && !zeroPad)
+    int pad = field.width > body ? field.width - body : 0;
+    bool zeroPad = field.zero && !field.left && field.precision < 0;
+    if (!field.left && !zeroPad)
         out.putRepeat(' ', pad);
     out.putBytes(prefix, (size_t)np);
     if (zeroPad)
@@ -284,7 +284,7 @@ void putInteger(Sink& out, const Spec& spec, uint64_t magnitude, bool negative, 
     out.putRepeat('0', precisionZeros);
     while (n > 0)
         out.put(tmp[--n]);
-    if (spec.left)
+    if (field.left)
         out.putRepeat(' ', pad);
 }
 
@@ -306,43 +306,43 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
             continue;
         }
         const char* start = p++;
-        Spec spec;
+        FieldFormat field;
         for (;; ++p) {
             if (*p == '-')
-                spec.left = true;
+                field.left = true;
             else if (*p == '0')
-                spec.zero = true;
+                field.zero = true;
             else if (*p == '#')
-                spec.alt = true;
+                field.alt = true;
             else if (*p == '+')
-                spec.plus = true;
+                field.plus = true;
             else if (*p == ' ')
-                spec.space = true;
+                field.space = true;
             else
                 break;
         }
         if (*p == '*') {
-            spec.width = va_arg(args, int);
-            if (spec.width < 0) {
-                spec.left = true;
-                spec.width = -spec.width;
+            field.width = va_arg(args, int);
+            if (field.width < 0) {
+                field.left = true;
+                field.width = -field.width;
             }
             ++p;
         } else {
-            while (*p >= '0' && *p <= '9' && spec.width < 100000)
-                spec.width = spec.width * 10 + (*p++ - '0');
+            while (*p >= '0' && *p <= '9' && field.width < 100000)
+                field.width = field.width * 10 + (*p++ - '0');
             while (*p >= '0' && *p <= '9')
                 ++p;
         }
         if (*p == '.') {
             ++p;
-            spec.precision = 0;
+            field.precision = 0;
             if (*p == '*') {
-                spec.precision = va_arg(args, int);
+                field.precision = va_arg(args, int);
                 ++p;
             } else {
-                while (*p >= '0' && *p <= '9' && spec.precision < 100000)
-                    spec.precision = spec.precision * 10 + (*p++ - '0');
+                while (*p >= '0' && *p <= '9' && field.precision < 100000)
+                    field.precision = field.precision * 10 + (*p++ - '0');
                 while (*p >= '0' && *p <= '9')
                     ++p;
             }
@@ -389,7 +389,7 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
             default: v = va_arg(args, int); break;  // int and LONG are both 32-bit
             }
             uint64_t mag = v < 0 ? (uint64_t)0 - (uint64_t)v : (uint64_t)v;
-            putInteger(out, spec, mag, v < 0, 10, false, true);
+            putInteger(out, field, mag, v < 0, 10, false, true);
             break;
         }
         case 'u':
@@ -405,11 +405,11 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
             default: v = va_arg(args, unsigned int); break;
             }
             unsigned base = conv == 'u' ? 10 : conv == 'o' ? 8 : 16;
-            putInteger(out, spec, v, false, base, conv == 'X', false);
+            putInteger(out, field, v, false, base, conv == 'X', false);
             break;
         }
         case 'p': {
-            Spec ptr;
+            FieldFormat ptr;
             ptr.width = 16;
             ptr.zero = true;
             putInteger(out, ptr, (uint64_t)(uintptr_t)va_arg(args, void*), false, 16, true, false);
@@ -418,18 +418,18 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
         case 'c': {
             if (wide) {
                 WCHAR w[2] = {(WCHAR)va_arg(args, int), 0};
-                putWide(out, spec, w);
+                putWide(out, field, w);
             } else {
                 char c[2] = {(char)va_arg(args, int), 0};
-                Spec s = spec;
+                FieldFormat s = field;
                 s.precision = 1;
                 if (c[0] == 0) {
                     // a zero character is written as such
-                    int pad = spec.width > 1 ? spec.width - 1 : 0;
-                    if (!spec.left)
+                    int pad = field.width > 1 ? field.width - 1 : 0;
+                    if (!field.left)
                         out.putRepeat(' ', pad);
                     out.put('\0');
-                    if (spec.left)
+                    if (field.left)
                         out.putRepeat(' ', pad);
                 } else {
                     putNarrow(out, s, c);
@@ -439,15 +439,15 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
         }
         case 's':
             if (wide)
-                putWide(out, spec, va_arg(args, const WCHAR*));
+                putWide(out, field, va_arg(args, const WCHAR*));
             else
-                putNarrow(out, spec, va_arg(args, const char*));
+                putNarrow(out, field, va_arg(args, const char*));
             break;
         case 'S':
             if (narrow)
-                putNarrow(out, spec, va_arg(args, const char*));
+                putNarrow(out, field, va_arg(args, const char*));
             else
-                putWide(out, spec, va_arg(args, const WCHAR*));
+                putWide(out, field, va_arg(args, const WCHAR*));
             break;
         case '%': out.put('%'); break;
         default:

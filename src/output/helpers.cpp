@@ -46,6 +46,34 @@ void releaseProcess(PROCESS_INFORMATION* pi)
         CloseHandle(pi->hProcess);
 }
 
+// Starts a command line with CreateProcessW and the given creation flags,
+// without waiting; the process id goes to *processId. Returns CreateProcessW's answer.
+DWORD startProcess(CommandLine* line, DWORD creationFlags, DWORD* processId)
+{
+    STARTUPINFOW si = {};
+    PROCESS_INFORMATION pi = {};
+    si.cb = sizeof si;
+    DWORD result = CreateProcessW(nullptr, line->text, nullptr, nullptr, FALSE, creationFlags, nullptr, nullptr,
+                                  &si, &pi);
+    if (processId)
+        *processId = pi.dwProcessId;
+    releaseProcess(&pi);
+    return result;
+}
+
+// The dialog program's command line; FALSE (logged for caller) when it cannot be built whole.
+BOOL dialogLine(CommandLine* line, const Config* config, DWORD errorCode, LPCWSTR frontFile, LPCWSTR backFile,
+                const char* caller, const char* logFormat)
+{
+    WCHAR dialogPath[HELPER_TEXT_CHARS];
+    getDriverPackageFile(dialogPath, HELPER_TEXT_CHARS, kDialogProgram);
+    buildDialogCommandLine(line, dialogPath, errorCode, config->printerName, frontFile, backFile);
+    LogMessage(logFormat, line->text);
+    if (line->bad)
+        LogMessage("%s(): command line does not fit or names no program, not started\n", caller);
+    return line->bad ? FALSE : TRUE;
+}
+
 }  // namespace
 
 void CommandLine_init(CommandLine* line)
@@ -207,24 +235,14 @@ INT DisplayErrorDlgXP(const Config* config, DWORD errorCode)
     if (isCommandModuleSystem())
         return DisplayErrorDlgVista(config, errorCode);
 
-    WCHAR dialogPath[HELPER_TEXT_CHARS];
-    getDriverPackageFile(dialogPath, HELPER_TEXT_CHARS, kDialogProgram);
     CommandLine line;
-    buildDialogCommandLine(&line, dialogPath, errorCode, config->printerName, nullptr, nullptr);
-    LogMessage("DisplayErrorDlgXP(): create process %ws\n", line.text);
-    if (line.bad) {
-        LogMessage("DisplayErrorDlgXP(): command line does not fit or names no program, not started\n");
+    if (!dialogLine(&line, config, errorCode, nullptr, nullptr, "DisplayErrorDlgXP",
+                    "DisplayErrorDlgXP(): create process %ws\n"))
         return -1;
-    }
-    STARTUPINFOW si = {};
-    PROCESS_INFORMATION pi = {};
-    si.cb = sizeof si;
-    CreateProcessW(nullptr, line.text, nullptr, nullptr, FALSE,
-                   CREATE_NEW_CONSOLE | NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT, nullptr, nullptr, &si,
-                   &pi);
-    LogMessage("DisplayErrorDlgXP(): processId=0x%p\n", (void*)(ULONG_PTR)pi.dwProcessId);
-    LogMessage("DisplayErrorDlgXP(): process exit %d %d\n", STILL_ACTIVE, pi.dwProcessId);
-    releaseProcess(&pi);
+    DWORD processId = 0;
+    startProcess(&line, CREATE_NEW_CONSOLE | NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT, &processId);
+    LogMessage("DisplayErrorDlgXP(): processId=0x%p\n", (void*)(ULONG_PTR)processId);
+    LogMessage("DisplayErrorDlgXP(): process exit %d %d\n", STILL_ACTIVE, processId);
     return STILL_ACTIVE;
 }
 
@@ -272,13 +290,7 @@ DWORD startForPrinter(const Config* config, CommandLine* line, DWORD creationFla
         px_wcscpy(printerName, MAX_PATH, config->printerName);
         return CreateProcessAsUserForVista(printerName, line->text);
     }
-    STARTUPINFOW si = {};
-    PROCESS_INFORMATION pi = {};
-    si.cb = sizeof si;
-    DWORD result = CreateProcessW(nullptr, line->text, nullptr, nullptr, FALSE, creationFlags, nullptr, nullptr,
-                                  &si, &pi);
-    releaseProcess(&pi);
-    return result;
+    return startProcess(line, creationFlags, nullptr);
 }
 
 }  // namespace
@@ -298,14 +310,8 @@ void envokeViewer(LPCWSTR viewerPath, LPCWSTR fileName, const Config* config)
 
 void startPageFilesDialog(const Config* config, LPCWSTR frontFile, LPCWSTR backFile)
 {
-    WCHAR dialogPath[HELPER_TEXT_CHARS];
-    getDriverPackageFile(dialogPath, HELPER_TEXT_CHARS, kDialogProgram);
     CommandLine line;
-    buildDialogCommandLine(&line, dialogPath, DLG_ERROR_PAGE_FILES, config->printerName, frontFile, backFile);
-    LogMessage("cmdLine: %ws\n", line.text);
-    if (line.bad) {
-        LogMessage("startPageFilesDialog(): command line does not fit or names no program, not started\n");
-        return;
-    }
-    startForPrinter(config, &line, CREATE_NO_WINDOW, "startPageFilesDialog");
+    if (dialogLine(&line, config, DLG_ERROR_PAGE_FILES, frontFile, backFile, "startPageFilesDialog",
+                   "cmdLine: %ws\n"))
+        startForPrinter(config, &line, CREATE_NO_WINDOW, "startPageFilesDialog");
 }

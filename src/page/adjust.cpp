@@ -51,36 +51,33 @@ struct Box {
     int64_t minX, maxX, minY, maxY;
 };
 
-// Moves the box's contents dx columns (dx != 0), from the side it moves
-// towards so that no pixel is overwritten before it is read; the box's
-// columns it leaves become white.
-void moveHorizontally(SURFOBJ* pso, Box& box, int64_t dx)
+// Moves the box d pixels along one axis (x, or y when vertical), copying from
+// the end it moves towards so that no pixel is overwritten before it is read;
+// the lines of the box it leaves become white.
+void moveBox(SURFOBJ* pso, Box& box, int64_t d, bool vertical)
 {
-    int64_t first = dx > 0 ? box.maxX : box.minX, step = dx > 0 ? -1 : 1;
-    for (int64_t x = first; x >= box.minX && x <= box.maxX; x += step)
-        for (int64_t y = box.minY; y <= box.maxY; ++y)
-            writePixel(pso, x + dx, y, readPixel(pso, x, y));
-    int64_t clearFrom = dx > 0 ? box.minX : box.maxX + dx + 1, clearTo = dx > 0 ? box.minX + dx - 1 : box.maxX;
-    for (int64_t x = clearFrom < box.minX ? box.minX : clearFrom; x <= clearTo && x <= box.maxX; ++x)
-        for (int64_t y = box.minY; y <= box.maxY; ++y)
-            writePixel(pso, x, y, kWhite);
-    box.minX += dx;
-    box.maxX += dx;
-}
-
-// The same, dy rows up or down.
-void moveVertically(SURFOBJ* pso, Box& box, int64_t dy)
-{
-    int64_t first = dy > 0 ? box.maxY : box.minY, step = dy > 0 ? -1 : 1;
-    for (int64_t y = first; y >= box.minY && y <= box.maxY; y += step)
-        for (int64_t x = box.minX; x <= box.maxX; ++x)
-            writePixel(pso, x, y + dy, readPixel(pso, x, y));
-    int64_t clearFrom = dy > 0 ? box.minY : box.maxY + dy + 1, clearTo = dy > 0 ? box.minY + dy - 1 : box.maxY;
-    for (int64_t y = clearFrom < box.minY ? box.minY : clearFrom; y <= clearTo && y <= box.maxY; ++y)
-        for (int64_t x = box.minX; x <= box.maxX; ++x)
-            writePixel(pso, x, y, kWhite);
-    box.minY += dy;
-    box.maxY += dy;
+    int64_t& lo = vertical ? box.minY : box.minX;
+    int64_t& hi = vertical ? box.maxY : box.maxX;
+    const int64_t acrossLo = vertical ? box.minX : box.minY, acrossHi = vertical ? box.maxX : box.maxY;
+    auto read = [&](int64_t along, int64_t across) {
+        return vertical ? readPixel(pso, across, along) : readPixel(pso, along, across);
+    };
+    auto write = [&](int64_t along, int64_t across, const PixelColor& c) {
+        if (vertical)
+            writePixel(pso, across, along, c);
+        else
+            writePixel(pso, along, across, c);
+    };
+    int64_t first = d > 0 ? hi : lo, step = d > 0 ? -1 : 1;
+    for (int64_t a = first; a >= lo && a <= hi; a += step)
+        for (int64_t c = acrossLo; c <= acrossHi; ++c)
+            write(a + d, c, read(a, c));
+    int64_t clearFrom = d > 0 ? lo : hi + d + 1, clearTo = d > 0 ? lo + d - 1 : hi;
+    for (int64_t a = clearFrom < lo ? lo : clearFrom; a <= clearTo && a <= hi; ++a)
+        for (int64_t c = acrossLo; c <= acrossHi; ++c)
+            write(a, c, kWhite);
+    lo += d;
+    hi += d;
 }
 
 // How far a box that straddles the cell boundary at lo + rf moves: towards
@@ -115,9 +112,9 @@ void snapWindow(SURFOBJ* pso, int64_t left, int64_t top, int64_t rf)
     if (box.minX <= left || box.minY <= top || box.maxX >= right - 1 || box.maxY >= bottom - 1)
         return;  // touches the window's border: part of something larger, or another window's business
     if (box.minX / rf != box.maxX / rf)
-        moveHorizontally(pso, box, snapDistance(box.minX, box.maxX, left, rf));
+        moveBox(pso, box, snapDistance(box.minX, box.maxX, left, rf), false);
     if (box.minY / rf != box.maxY / rf)
-        moveVertically(pso, box, snapDistance(box.minY, box.maxY, top, rf));
+        moveBox(pso, box, snapDistance(box.minY, box.maxY, top, rf), true);
 }
 
 // A column or a row of the surface as one line of pixels.

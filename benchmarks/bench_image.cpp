@@ -9,10 +9,10 @@
 // shapes. The cell grid is the same at every resolution (170 x 220 cells);
 // only the pixels per cell grow.
 #include "config/config.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "image/image.h"
 #include "image/pattern.h"
-#include "page/adjust.h"
+#include "image/adjust.h"
 
 #include <benchmark/benchmark.h>
 

@@ -33,11 +33,11 @@ endif()
 # The host's tests read the tables and load the built fonts; they are defined
 # later in the configuration, so they are wired up once it is complete.
 function(pumex_fonts_for_tests)
-  if(NOT TARGET test_host)
+  if(NOT TARGET test_formats)
     return()
   endif()
-  add_dependencies(test_host pumex_fonts pumex)
-  target_compile_definitions(test_host PRIVATE
+  add_dependencies(test_formats pumex_fonts pumex)
+  target_compile_definitions(test_formats PRIVATE
     PUMEX_FONT_TABLE_DIR="${PUMEX_FONT_TABLE_DIR}"
     PUMEX_FONT_DIR="${PUMEX_FONT_DIR}"
     PUMEX_BUNDLED_PRINTER="${CMAKE_SOURCE_DIR}/data/root/printers/Pumex Embosser.json"

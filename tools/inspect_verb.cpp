@@ -42,24 +42,24 @@ int runInspect(const InspectOptions& o)
         std::cerr << "pumex inspect: " << o.stream << ": cannot read the file\n";
         return 2;
     }
-    host::DecodeOptions decode;
+    formats::DecodeOptions decode;
     decode.version = o.version;
-    host::DecodedStream stream = host::decodeStream(bytes.data(), bytes.size(), decode);
+    formats::DecodedStream stream = formats::decodeStream(bytes.data(), bytes.size(), decode);
 
-    std::cout << (o.json ? host::streamReportJson(stream, o.stream, o.version)
-                         : host::streamReportText(stream, o.stream, o.version));
+    std::cout << (o.json ? formats::streamReportJson(stream, o.stream, o.version)
+                         : formats::streamReportText(stream, o.stream, o.version));
     int status = 0;
     if (!stream.ok) {
-        std::cerr << "pumex inspect: " << host::streamProblemText(stream, o.stream) << "\n";
+        std::cerr << "pumex inspect: " << formats::streamProblemText(stream, o.stream) << "\n";
         status = 1;
     }
     if (!o.png.empty()) {
-        host::PictureOptions options;
+        formats::PictureOptions options;
         options.scale = o.scale;
         options.pagesPerRow = o.perRow;
-        host::Picture picture;
+        formats::Picture picture;
         std::string error;
-        if (!host::drawStream(stream, options, picture, error) || !tools::writePng(picture, o.png, error)) {
+        if (!formats::drawStream(stream, options, picture, error) || !tools::writePng(picture, o.png, error)) {
             std::cerr << "pumex inspect: " << (error.rfind(o.png, 0) == 0 ? "" : o.png + ": ") << error << "\n";
             return 2;
         }

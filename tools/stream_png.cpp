@@ -25,7 +25,7 @@ void onPngWarning(png_structp, png_const_charp) {}
 
 // Writes the rows; false when libpng gave up. Kept apart from writePng so no
 // object with a destructor lives across the long jump.
-bool writeRows(FILE* file, const host::Picture& picture, std::string& message)
+bool writeRows(FILE* file, const formats::Picture& picture, std::string& message)
 {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &message, onPngError, onPngWarning);
     if (!png)
@@ -54,7 +54,7 @@ bool writeRows(FILE* file, const host::Picture& picture, std::string& message)
 
 }  // namespace
 
-bool writePng(const host::Picture& picture, const std::string& path, std::string& error)
+bool writePng(const formats::Picture& picture, const std::string& path, std::string& error)
 {
     if (picture.width == 0 || picture.height == 0) {
         error = path + ": nothing to draw";

@@ -8,6 +8,6 @@
 namespace tools {
 
 // False with a message naming the file when it cannot be written.
-bool writePng(const host::Picture& picture, const std::string& path, std::string& error);
+bool writePng(const formats::Picture& picture, const std::string& path, std::string& error);
 
 }  // namespace tools

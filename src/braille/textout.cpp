@@ -1,6 +1,7 @@
 // Text output hook. Until braille output takes text runs over, every run is
 // handed to the driver's own text output.
-#include "frame/xpdv.h"
+#include "braille/textout.h"
+#include "device/xpdv.h"
 
 #include "diag/diag.h"
 

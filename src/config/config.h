@@ -5,7 +5,7 @@
 
 #include "win32.h"
 
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 
 struct DPFont;
 struct ColorPatternSet;

@@ -4,7 +4,7 @@
 // table says so), logs, and returns the driver's result unchanged. A row the
 // driver listed no function for answers without forwarding: failure for
 // drawing calls, the neutral answer for queries.
-#include "xpdv.h"
+#include "frame/hooks.h"
 
 #include "diag/diag.h"
 

@@ -4,7 +4,7 @@
 
 #include "devmode.h"
 #include "diag/diag.h"
-#include "xpdv.h"
+#include "frame/hooks.h"
 
 #include <cstring>
 

@@ -8,7 +8,7 @@
 #include "image.h"
 
 #include "config/config.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 
 #include <cstdint>
 #include <cstring>

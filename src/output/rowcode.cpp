@@ -3,7 +3,7 @@
 #include "output/stream.h"
 
 #include "config/config.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 
 namespace {
 

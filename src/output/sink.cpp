@@ -4,7 +4,7 @@
 
 #include "config/config.h"
 #include "diag/diag.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 
 namespace {
 

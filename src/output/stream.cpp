@@ -5,7 +5,7 @@
 
 #include "config/config.h"
 #include "diag/diag.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "page/textpage.h"
 
 #include <cstring>

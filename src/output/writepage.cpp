@@ -8,7 +8,7 @@
 
 #include "config/config.h"
 #include "diag/diag.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "image/image.h"
 #include "page/geometry.h"
 #include "page/textpage.h"

@@ -9,7 +9,7 @@
 #include "page/geometry.h"
 
 #include "diag/diag.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 
 #include <cstdint>
 

@@ -3,7 +3,9 @@
 // interface.
 #pragma once
 
-#include "frame/xpdv.h"
+#include "frame/hooks.h"
+#include "job/job.h"
+#include "braille/textout.h"
 
 #include <vector>
 

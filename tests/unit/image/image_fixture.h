@@ -2,7 +2,7 @@
 #pragma once
 
 #include "config/config.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "image/image.h"
 #include "image/pattern.h"
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "config/config.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "page/textpage.h"
 
 #include <cstdint>

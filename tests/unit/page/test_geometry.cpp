@@ -1,6 +1,6 @@
 // Page geometry: rf, the paper in pixels and cells, and how the paper is found.
 #include "diag/diag.h"
-#include "frame/xpdv.h"
+#include "device/xpdv.h"
 #include "page/geometry.h"
 #include "testkit.h"
 

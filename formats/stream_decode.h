@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace formats {
 
 constexpr size_t kPageHeaderBytes = 16;
 constexpr uint8_t kPageEscape = 0x1B;
@@ -100,4 +100,4 @@ const char* paperSourceName(unsigned code);
 const char* bodyFormName(BodyForm form);
 std::string dotValueName(unsigned value, BodyForm form);
 
-}  // namespace host
+}  // namespace formats

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace formats {
 
 const Rgb kPaperColour = {255, 255, 255};
 const Rgb kEdgeColour = {40, 40, 40};
@@ -166,4 +166,4 @@ bool drawStream(const DecodedStream& stream, const PictureOptions& options, Pict
     return true;
 }
 
-}  // namespace host
+}  // namespace formats

@@ -21,7 +21,7 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-using Form = host::BodyForm;
+using Form = formats::BodyForm;
 using fixtures::Device;
 
 // A page header with a correct checksum.
@@ -32,7 +32,7 @@ Bytes header(uint8_t format, unsigned width, unsigned height, uint32_t byteCount
                (uint8_t)(height >> 8), maxForce};
     for (int shift = 0; shift < 32; shift += 8)
         h.push_back((uint8_t)(byteCount >> shift));
-    uint16_t sum = host::pageChecksum(h.data());
+    uint16_t sum = formats::pageChecksum(h.data());
     h.insert(h.end(), {(uint8_t)sum, (uint8_t)(sum >> 8)});
     return h;
 }
@@ -45,11 +45,11 @@ Bytes join(std::initializer_list<Bytes> parts)
     return all;
 }
 
-host::DecodedStream decode(const Bytes& b, unsigned version = 3)
+formats::DecodedStream decode(const Bytes& b, unsigned version = 3)
 {
-    host::DecodeOptions o;
+    formats::DecodeOptions o;
     o.version = version;
-    return host::decodeStream(b.data(), b.size(), o);
+    return formats::decodeStream(b.data(), b.size(), o);
 }
 
 // A sound 4 x 2 page in the row encoding: row 0 (7, 15, 0, 1), row 1 blank.
@@ -57,23 +57,23 @@ const Bytes kPage = join({header(0x04, 4, 2), {0x00, 0x02, 0x07, 0x0F, 0x00, 0x0
 
 TEST(StreamDecode, ReadsEncodedPlainAndHeaderOnlyPages)
 {
-    host::DecodedStream s = decode(join({kPage, header(0x84, 4, 2, 16 + 8), {1, 2, 3, 4, 5, 6, 7, 15},
+    formats::DecodedStream s = decode(join({kPage, header(0x84, 4, 2, 16 + 8), {1, 2, 3, 4, 5, 6, 7, 15},
                                          header(0x04, 4, 1, 0, 0x41, 0x27, 2, 14), {0xC0, 0x01}}));
     ASSERT_TRUE(s.ok) << s.problem.message;
     ASSERT_EQ(s.pages.size(), 3u);
-    const host::DecodedPage &p1 = s.pages[0], &p2 = s.pages[1];
+    const formats::DecodedPage &p1 = s.pages[0], &p2 = s.pages[1];
     EXPECT_EQ(p1.form, Form::Encoded);
     EXPECT_EQ(p1.cells, (Bytes{7, 15, 0, 1, 0, 0, 0, 0}));
     EXPECT_EQ(p2.form, Form::Plain);
     EXPECT_EQ(p2.offset, 24u);
     EXPECT_EQ(p2.cells, (Bytes{1, 2, 3, 4, 5, 6, 7, 15}));
-    const host::PageHeader &h1 = p1.header, &h3 = s.pages[2].header;
+    const formats::PageHeader &h1 = p1.header, &h3 = s.pages[2].header;
     EXPECT_EQ(std::vector<unsigned>({h1.professional(), h3.professional(), h3.dotHeightCode(), h3.mediaCode(),
                                      h3.paperSource(), h3.perforation(), h3.minForce, h3.maxForce}),
               std::vector<unsigned>({1, 0, 1, 2, 3, 1, 2, 14}));
 
     // The same bytes read as another version have no body: every page is its header.
-    host::DecodedStream headersOnly = decode(join({header(0x04, 4, 2), header(0x84, 4, 2)}), 7);
+    formats::DecodedStream headersOnly = decode(join({header(0x04, 4, 2), header(0x84, 4, 2)}), 7);
     ASSERT_TRUE(headersOnly.ok);
     EXPECT_EQ(headersOnly.pages.size(), 2u);
     EXPECT_EQ(headersOnly.pages[1].offset, 16u);
@@ -84,9 +84,9 @@ TEST(StreamDecode, PackedRowsOfVersionOneCarryCellGPlus20JInBitJOfByteG)
     Bytes row(40, 0);
     row[0] = 0x03;   // cells 0 and 20
     row[39] = 0x80;  // cell 319
-    host::DecodedStream s = decode(join({header(0x84, 330, 1), row, header(0x84, 10, 1), row}), 1);
+    formats::DecodedStream s = decode(join({header(0x84, 330, 1), row, header(0x84, 10, 1), row}), 1);
     ASSERT_TRUE(s.ok) << s.problem.message;
-    const host::DecodedPage& p = s.pages[0];
+    const formats::DecodedPage& p = s.pages[0];
     EXPECT_EQ(p.form, Form::Packed);
     EXPECT_EQ(p.columns, 320u);
     EXPECT_EQ(p.cells[0] + p.cells[20] + p.cells[319], 3);
@@ -124,7 +124,7 @@ TEST(StreamDecode, DamagedStreamsNameThePageAndOffset)
         {join({kPage, header(0x04, 4, 1, 99), {0xC0, 0x01}}), 2, 34, "byte count says 99"},
     };
     for (const Case& c : cases) {
-        host::DecodedStream s = decode(c.stream);
+        formats::DecodedStream s = decode(c.stream);
         EXPECT_FALSE(s.ok) << c.says;
         EXPECT_EQ(std::make_pair(s.problem.page, s.problem.offset), std::make_pair(c.page, c.offset)) << c.says;
         EXPECT_NE(s.problem.message.find(c.says), std::string::npos) << s.problem.message;
@@ -221,10 +221,10 @@ TEST(RoundTrip, RandomPagesOfDotValuesStoreAndReadBack)
         DWORD size = WritePrinterBuffer(&device.surface, page.get(), &block, 2, FALSE);
         EXPECT_TRUE(!huge || size > 1000000) << size;
         ASSERT_NE(block, nullptr);
-        host::DecodedStream s = decode(Bytes(block, block + size));
+        formats::DecodedStream s = decode(Bytes(block, block + size));
         myfree(block);
         ASSERT_TRUE(s.ok) << "trial " << trial << ": " << s.problem.message;
-        const host::DecodedPage& p = s.pages.at(0);
+        const formats::DecodedPage& p = s.pages.at(0);
         ASSERT_EQ(p.columns, (w + 1) / 2 * 2);
         EXPECT_LE(size, 16 + h * std::max(2u, 2 * p.columns)) << "trial " << trial;  // never twice the row
         for (DWORD i = 0; i < p.columns * h; ++i) {
@@ -273,9 +273,9 @@ TEST(RoundTrip, RenderedPagesInBothOrientationsAndEveryBodyFormMeasuredCopiedAnd
         EXPECT_EQ(Bytes(block.begin(), block.begin() + measured + 1), join({bytes, {0xEE}})) << c.name;  // and no more
         EXPECT_EQ(measured, c.size ? c.size : measured) << c.name;
 
-        host::DecodedStream s = decode(bytes, c.version);
+        formats::DecodedStream s = decode(bytes, c.version);
         ASSERT_TRUE(s.ok) << c.name << ": " << s.problem.message;
-        const host::DecodedPage& p = s.pages[0];
+        const formats::DecodedPage& p = s.pages[0];
         EXPECT_EQ(p.form, c.form);
         EXPECT_EQ(p.header.formatByte, c.compressed ? 0x04 : 0x84);
         EXPECT_EQ(p.header.byteCount, 0u);
@@ -300,7 +300,7 @@ TEST(RoundTrip, ThePaddingColumnOfAnOddWidthIsSampledLikeAnyOther)
     Device device(15, 10);
     device.config.Magnification = 2;
     device.paint(8, 0, 10, 10, 0);
-    host::DecodedStream s = decode(spooledPage(device, FALSE));
+    formats::DecodedStream s = decode(spooledPage(device, FALSE));
     ASSERT_TRUE(s.ok && s.pages[0].columns == 4u);
     EXPECT_EQ(s.pages[0].cells[2], 0);
     EXPECT_GT(s.pages[0].cells[3], 0);
@@ -348,12 +348,12 @@ TEST(HeaderCodes, MediaAndPaperSourceForBothKindsOfModel)
             GetMediaType(&config, &got[0], &got[1], &got[2]);
             const DWORD* want = professional ? c.pro : c.other;
             EXPECT_EQ(std::vector<DWORD>(got, got + 3), std::vector<DWORD>(want, want + 3)) << c.type << professional;
-            EXPECT_STREQ(host::mediaName(got[0], professional), professional ? c.proName : c.otherName);
+            EXPECT_STREQ(formats::mediaName(got[0], professional), professional ? c.proName : c.otherName);
         }
     DWORD none[3] = {9, 9, 9};
     GetMediaType(nullptr, &none[0], &none[1], &none[2]);
     EXPECT_EQ(std::vector<DWORD>(none, none + 3), std::vector<DWORD>({0, 1, 0}));
-    EXPECT_STREQ(host::mediaName(5, true), "unknown media");
+    EXPECT_STREQ(formats::mediaName(5, true), "unknown media");
 
     DWORD bins[][2] = {{1, 3},   {2, 5},   {3, 4}, {8, 1}, {257, 1}, {258, 2},       {264, 3},
                        {265, 4}, {266, 5}, {7, 0}, {0, 0}, {4, 0},   {259, 0}, {0xFFFFFFFF, 0}};

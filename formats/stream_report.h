@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace host {
+namespace formats {
 
 // Every complete page: header fields in words, size, and cells by dot value.
 std::string streamReportText(const DecodedStream& stream, const std::string& name, unsigned version);
@@ -16,4 +16,4 @@ std::string streamReportJson(const DecodedStream& stream, const std::string& nam
 // "NAME: page P at byte offset O (0x..): what is wrong"; empty for a sound stream.
 std::string streamProblemText(const DecodedStream& stream, const std::string& name);
 
-}  // namespace host
+}  // namespace formats

@@ -6,7 +6,7 @@
 // on the page, so band cells and page cells coincide. Colours compare as
 // exact triples; a colour's brightness is red + green + blue; a pixel is
 // marked when it is not white.
-#include "page/adjust.h"
+#include "image/adjust.h"
 
 #include "diag/diag.h"
 

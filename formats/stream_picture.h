@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace formats {
 
 struct Picture {
     unsigned width = 0;
@@ -39,4 +39,4 @@ extern const Rgb kPaperColour;
 extern const Rgb kEdgeColour;
 extern const Rgb kTableColour;
 
-}  // namespace host
+}  // namespace formats

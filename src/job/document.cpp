@@ -3,7 +3,8 @@
 // Until the embossing path takes the page over, these hand every call to the
 // driver's own function; what they already do is keep the page's text-only
 // mark, which the graphics hooks clear.
-#include "frame/xpdv.h"
+#include "job/job.h"
+#include "device/xpdv.h"
 
 #include "diag/diag.h"
 

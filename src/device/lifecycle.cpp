@@ -1,17 +1,11 @@
-// The hook table and the device record's lifecycle: enable, disable, reset.
-#include "xpdv.h"
+// The device record's lifecycle: enable, disable, reset.
+#include "device/xpdv.h"
 
 #include "diag/diag.h"
 
-namespace {
+#include <cstring>
 
-// Function pointers of other signatures travel through the table as PFN; the
-// detour through void(*)() says so to the compiler.
-template <typename Fn>
-PFN asPFN(Fn fn)
-{
-    return reinterpret_cast<PFN>(reinterpret_cast<void (*)()>(fn));
-}
+namespace {
 
 // Printer data that holds the log level.
 const WCHAR kConfigKey[] = WSTR("Config");
@@ -36,38 +30,6 @@ void setDeviceName(PDEVMODEW pdm, PCWSTR name)
 
 }  // namespace
 
-const DRVFN gHookTable[HOOK_COUNT] = {
-    {INDEX_DrvRealizeBrush, asPFN(OEMRealizeBrush)},
-    {INDEX_DrvDitherColor, asPFN(OEMDitherColor)},
-    {INDEX_DrvCopyBits, asPFN(OEMCopyBits)},
-    {INDEX_DrvBitBlt, asPFN(OEMBitBlt)},
-    {INDEX_DrvStretchBlt, asPFN(OEMStretchBlt)},
-    {INDEX_DrvStretchBltROP, asPFN(OEMStretchBltROP)},
-    {INDEX_DrvPlgBlt, asPFN(OEMPlgBlt)},
-    {INDEX_DrvTransparentBlt, asPFN(OEMTransparentBlt)},
-    {INDEX_DrvAlphaBlend, asPFN(OEMAlphaBlend)},
-    {INDEX_DrvGradientFill, asPFN(OEMGradientFill)},
-    {INDEX_DrvTextOut, asPFN(OEMTextOut)},
-    {INDEX_DrvStrokePath, asPFN(OEMStrokePath)},
-    {INDEX_DrvFillPath, asPFN(OEMFillPath)},
-    {INDEX_DrvStrokeAndFillPath, asPFN(OEMStrokeAndFillPath)},
-    {INDEX_DrvPaint, asPFN(OEMPaint)},
-    {INDEX_DrvLineTo, asPFN(OEMLineTo)},
-    {INDEX_DrvStartPage, asPFN(OEMStartPage)},
-    {INDEX_DrvSendPage, asPFN(OEMSendPage)},
-    {INDEX_DrvEscape, asPFN(OEMEscape)},
-    {INDEX_DrvStartDoc, asPFN(OEMStartDoc)},
-    {INDEX_DrvEndDoc, asPFN(OEMEndDoc)},
-    {INDEX_DrvNextBand, asPFN(OEMNextBand)},
-    {INDEX_DrvStartBanding, asPFN(OEMStartBanding)},
-    {INDEX_DrvQueryFont, asPFN(OEMQueryFont)},
-    {INDEX_DrvQueryFontTree, asPFN(OEMQueryFontTree)},
-    {INDEX_DrvQueryFontData, asPFN(OEMQueryFontData)},
-    {INDEX_DrvQueryAdvanceWidths, asPFN(OEMQueryAdvanceWidths)},
-    {INDEX_DrvFontManagement, asPFN(OEMFontManagement)},
-    {INDEX_DrvGetGlyphMode, asPFN(OEMGetGlyphMode)},
-};
-
 XPDV* XPDV_fromDevice(DHPDEV dhpdev)
 {
     auto* pdevobj = reinterpret_cast<PDEVOBJ>(dhpdev);
@@ -75,20 +37,6 @@ XPDV* XPDV_fromDevice(DHPDEV dhpdev)
 }
 
 XPDV* XPDV_fromSurface(SURFOBJ* pso) { return pso ? XPDV_fromDevice(pso->dhpdev) : nullptr; }
-
-// Hands the driver the hook table.
-BOOL OEMEnableDriver(DWORD, DWORD, PDRVENABLEDATA pded)
-{
-    LogMessage("OEMEnableDriver() \n");
-    if (!pded)
-        return FALSE;
-    pded->iDriverVersion = PRINTER_OEMINTF_VERSION;
-    pded->c = HOOK_COUNT;
-    pded->pdrvfn = const_cast<DRVFN*>(gHookTable);
-    return TRUE;
-}
-
-void OEMDisableDriver() { LogMessage("OEMDisableDriver().\r\n"); }
 
 // Creates the device record of a new device context and finds the driver's own
 // function for every hooked row. Returns null when no record could be made.
@@ -126,7 +74,7 @@ PDEVOEM OEMEnablePDEV(PDEVOBJ pdevobj, PWSTR pPrinterName, DRVENABLEDATA* pded, 
     for (int row = 0; row < HOOK_COUNT; ++row) {
         pdv->pfnUnidrv[row] = nullptr;
         for (ULONG i = 0; pded && pded->pdrvfn && i < pded->c; ++i) {
-            if (pded->pdrvfn[i].iFunc == gHookTable[row].iFunc) {
+            if (pded->pdrvfn[i].iFunc == kHookIndex[row]) {
                 pdv->pfnUnidrv[row] = pded->pdrvfn[i].pfn;
                 break;
             }
@@ -136,7 +84,6 @@ PDEVOEM OEMEnablePDEV(PDEVOBJ pdevobj, PWSTR pPrinterName, DRVENABLEDATA* pded, 
     return pdv;
 }
 
-// Frees the record itself; what its pointers still own is the document end's business.
 void OEMDisablePDEV(PDEVOBJ pdevobj)
 {
     LogMessage("OEMDisablePDEV(0x%X) \n", px_low32(pdevobj));
@@ -146,7 +93,6 @@ void OEMDisablePDEV(PDEVOBJ pdevobj)
     }
 }
 
-// Moves the document state to the record of the new device context.
 BOOL OEMResetPDEV(PDEVOBJ pdevobjOld, PDEVOBJ pdevobjNew)
 {
     LogMessage("OEMResetPDEV(0x%X -> 0x%X)\n", px_low32(pdevobjOld), px_low32(pdevobjNew));
@@ -157,24 +103,13 @@ BOOL OEMResetPDEV(PDEVOBJ pdevobjOld, PDEVOBJ pdevobjNew)
         return FALSE;
     LogMessage("  lpXPDVold->pConfig: %X -> lpXPDVnew->pConfig:%X\n", px_low32(from->pConfig),
                px_low32(to->pConfig));
-    to->pConfig = from->pConfig;
-    to->pTextPage = from->pTextPage;
-    to->pEmbossPage = from->pEmbossPage;
-    to->bandIncrementX = from->bandIncrementX;
-    to->bandIncrementY = from->bandIncrementY;
-    to->gdiPaperHeight = from->gdiPaperHeight;
-    to->gdiPaperWidth = from->gdiPaperWidth;
-    to->PagCount = from->PagCount;
-    to->bandPosition = from->bandPosition;
-    to->embossPageWidth = from->embossPageWidth;
-    to->embossPageHeight = from->embossPageHeight;
-    to->bLandscape = from->bLandscape;
-    to->rf = from->rf;
-    to->pPageStore = from->pPageStore;
-    to->PageStoreCapacity = from->PageStoreCapacity;
-    to->pEmptyPage = from->pEmptyPage;
-    to->EmptyPageSize = from->EmptyPageSize;
-    to->TextOnlyPage = from->TextOnlyPage;
-    px_wcscpy(to->pDocName, NAME_CHARS, from->pDocName);
+    // The whole record moves, so a field added later moves with it; only what
+    // belongs to the new device context itself stays: the driver's functions,
+    // its helper interface and its printer name.
+    XPDV own = *to;
+    *to = *from;
+    std::memcpy(to->pfnUnidrv, own.pfnUnidrv, sizeof to->pfnUnidrv);
+    to->pUni = own.pUni;
+    std::memcpy(to->szPrinterName, own.szPrinterName, sizeof to->szPrinterName);
     return TRUE;
 }

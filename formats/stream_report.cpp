@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <sstream>
 
-namespace host {
+namespace formats {
 
 namespace {
 
@@ -123,4 +123,4 @@ std::string streamProblemText(const DecodedStream& stream, const std::string& na
            "): " + stream.problem.message;
 }
 
-}  // namespace host
+}  // namespace formats

@@ -1,5 +1,5 @@
 // Bitmap adjustment: the documented examples, and the rules read literally on random surfaces.
-#include "page/adjust.h"
+#include "image/adjust.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace host {
+namespace formats {
 
 namespace {
 
@@ -341,4 +341,4 @@ std::string dotValueName(unsigned value, BodyForm form)
     return "value " + std::to_string(value);
 }
 
-}  // namespace host
+}  // namespace formats

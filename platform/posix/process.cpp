@@ -40,6 +40,7 @@ struct Child {
     pid_t pid = 0;
     bool ended = false;
     DWORD exitCode = STILL_ACTIVE;
+    std::vector<std::string> args;  // as the program received them
 };
 
 struct ProcessHandle : px::HandleHeader {
@@ -48,6 +49,13 @@ struct ProcessHandle : px::HandleHeader {
 
 std::mutex gChildLock;  // guards every Child and the orphan list
 std::vector<std::shared_ptr<Child>>& orphans()
+{
+    static auto* list = new std::vector<std::shared_ptr<Child>>();
+    return *list;
+}
+
+// Every program started and not yet reported by PxWaitForStartedPrograms, oldest first.
+std::vector<std::shared_ptr<Child>>& started()
 {
     static auto* list = new std::vector<std::shared_ptr<Child>>();
     return *list;
@@ -353,6 +361,11 @@ BOOL CreateProcessW(LPCWSTR lpApplicationName, LPWSTR lpCommandLine, LPSECURITY_
     }
     if (rc != 0)
         return px::fail(rc == ENOEXEC ? ERROR_BAD_EXE_FORMAT : px::errorFromErrno(rc), FALSE);
+    child->args = std::move(args);
+    {
+        std::lock_guard<std::mutex> lock(gChildLock);
+        started().push_back(child);
+    }
 
     HANDLE process = newProcessHandle(child);
     HANDLE thread = process ? newProcessHandle(child) : nullptr;
@@ -423,4 +436,31 @@ void PxSetWindowsVersion(DWORD major, DWORD minor)
 {
     std::lock_guard<std::mutex> lock(gVersionLock);
     gVersionOverride = {major & 0xFF, minor & 0xFF};
+}
+
+DWORD PxWaitForStartedPrograms(PxStartedProgramFn report, void* context)
+{
+    std::vector<std::shared_ptr<Child>> list;
+    {
+        std::lock_guard<std::mutex> lock(gChildLock);
+        list.swap(started());
+    }
+    for (const auto& child : list) {
+        for (;;) {
+            {
+                std::lock_guard<std::mutex> lock(gChildLock);
+                pollChild(*child);
+                if (child->ended)
+                    break;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        if (report) {
+            std::vector<const char*> argv;
+            for (const auto& a : child->args)
+                argv.push_back(a.c_str());
+            report(context, (int)argv.size(), argv.data(), child->exitCode);
+        }
+    }
+    return (DWORD)list.size();
 }

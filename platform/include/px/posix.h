@@ -39,6 +39,13 @@ struct PxSyscalls {
 PX_API PxSyscalls* PxGetSyscalls(void);
 PX_API void PxResetSyscalls(void);
 
+// Waits for every program this process started through CreateProcessW since
+// the last call (a print job's dialog program or viewer) and reports each,
+// oldest first: its arguments as it received them and its exit code. Returns
+// how many were reported.
+typedef void (*PxStartedProgramFn)(void* context, int argc, const char* const* argv, DWORD exitCode);
+PX_API DWORD PxWaitForStartedPrograms(PxStartedProgramFn report, void* context);
+
 // Checks a printer file (printers/<name>.json of the root) against its schema.
 // Returns TRUE when valid; otherwise FALSE and a message naming the file and key.
 PX_API BOOL PxValidatePrinterFile(const char* path, char* message, size_t cap);

@@ -225,12 +225,26 @@ void resetDevice(Document& doc, Printer& printer, DEVMODEW* dm, void* privateBlo
     check(doc.startDoc(nullptr, 0), doc.host(), doc.job.source + ": document start after the reset");
 }
 
+// The Windows version a run asked for holds for that run only.
+struct WindowsVersion {
+    explicit WindowsVersion(unsigned major) : set(major != 0)
+    {
+        if (set)
+            PxSetWindowsVersion(major, 0);
+    }
+    ~WindowsVersion()
+    {
+        if (set)
+            PxSetWindowsVersion(0, 0);
+    }
+    bool set;
+};
+
 }  // namespace
 
 RunResult Session::run(const JobSpec& job, const DriverUni::Sink& sink, const RunOptions& options)
 {
-    if (options.windowsMajor)
-        PxSetWindowsVersion(options.windowsMajor, 0);
+    WindowsVersion version(options.windowsMajor);
     state_->sink = sink;
     state_->spooled = 0;
     Printer printer(job.printer);

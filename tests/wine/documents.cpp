@@ -202,10 +202,9 @@ bool printWhole(const Hooks& hooks, const Document& doc, int page, Surface& whol
 
 // The whole document, from device enable to disable; the spooled bytes in out.
 bool printDocument(IPrintOemUni* plugin, const Hooks& hooks, HANDLE printer, const Document& doc,
-                   std::vector<BYTE>& out)
+                   SpoolCollector& spool)
 {
-    SpoolCollector spool;
-    plugin->PublishDriverInterface(&spool);
+    spool.bytes.clear();
     DEVMODEW dm = deviceMode(doc);
     DEVOBJ device{};
     device.dwSize = sizeof device;
@@ -239,7 +238,6 @@ bool printDocument(IPrintOemUni* plugin, const Hooks& hooks, HANDLE printer, con
     }
     ok = hooks.get<PFN_DrvEndDoc>(INDEX_DrvEndDoc)(&surface.so, 0) && ok;
     plugin->DisablePDEV(&device);
-    out = spool.bytes;
     return ok;
 }
 
@@ -261,13 +259,17 @@ void runDocuments(IPrintOemUni* plugin, const std::string& outDir, CheckLog& log
         log.fail("the printer \"Pumex Embosser\" cannot be opened");
         return;
     }
+    // The plug-in holds the helper interface until DisableDriver, as it may:
+    // the driver's own lives as long as the driver.
+    SpoolCollector spool;
+    plugin->PublishDriverInterface(&spool);
     Hooks hooks;
     log.expect(plugin->EnableDriver(PRINTER_OEMINTF_VERSION, sizeof hooks.table, &hooks.table) == S_OK,
                "EnableDriver before the documents");
     for (const Document& doc : kDocuments) {
         writeSettings(printer, doc);
-        std::vector<BYTE> stream;
-        log.expect(printDocument(plugin, hooks, printer, doc, stream), std::string(doc.name) + ": every hook succeeds");
+        log.expect(printDocument(plugin, hooks, printer, doc, spool), std::string(doc.name) + ": every hook succeeds");
+        const std::vector<BYTE>& stream = spool.bytes;
         log.expect(!stream.empty(), std::string(doc.name) + ": the plug-in spooled a stream");
         log.expect(writeFile(outDir + "/" + doc.name + ".prn", stream), std::string(doc.name) + ": stream written");
         std::printf("%s: %zu bytes\n", doc.name, stream.size());

@@ -10,6 +10,12 @@
 #include <filesystem>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -244,6 +250,46 @@ TEST_F(Spooler, PapersAreListedInFileOrderOrNotAtAll)
     const DEVMODEW& dm = *reinterpret_cast<PRINTER_INFO_2W*>(block.data())->pDevMode;
     EXPECT_TRUE(dm.dmFields == (DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION) && dm.dmPaperSize == 0);
     EXPECT_EQ(std::u16string(dm.dmDeviceName), bare.substr(0, 31)) << "the name is cut to fit";
+}
+
+// A paper list is asked for as a count, then filled into a buffer of that
+// count; an administrator renaming a longer list over the printer in between
+// must not make the fill write past the buffer: the list a process first saw
+// is the one it keeps.
+TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
+{
+    auto withPapers = [](int n) {
+        std::string papers;
+        for (int i = 1; i <= n; ++i)
+            papers += (i > 1 ? ", " : "") + R"({"id": )"s + std::to_string(i) +
+                      R"(, "name": "P", "width": 100, "length": 100})";
+        return printerWith(R"("papers": [)" + papers + "]");
+    };
+    const std::string versions[] = {withPapers(1), withPapers(64)};
+    const std::string dir = root.path() + "/printers/";
+    std::atomic<bool> done{false};
+    std::thread admin([&] {
+        for (unsigned i = 0; !done; ++i) {
+            testkit::writeFile(dir + "next.tmp", versions[i % 2]);
+            std::rename((dir + "next.tmp").c_str(), file().c_str());
+        }
+    });
+    const std::u16string device = testkit::wide(kPrinter);
+    int disagreements = 0;
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+    for (WORD what : {DC_PAPERS, DC_PAPERSIZE}) {
+        const size_t entry = what == DC_PAPERS ? sizeof(WORD) : sizeof(POINT);
+        for (int i = 0; i < 2000 && std::chrono::steady_clock::now() < until; ++i) {
+            INT count = DeviceCapabilitiesW(device.c_str(), nullptr, what, nullptr, nullptr);
+            // Exactly the size asked for, on the heap, so a write past it is caught.
+            std::unique_ptr<BYTE[]> list(new BYTE[entry * (size_t)std::max(count, 1)]);
+            INT filled = DeviceCapabilitiesW(device.c_str(), nullptr, what, reinterpret_cast<LPWSTR>(list.get()), nullptr);
+            disagreements += count < 0 || filled != count;
+        }
+    }
+    done = true;
+    admin.join();
+    EXPECT_EQ(disagreements, 0);
 }
 
 TEST_F(Spooler, GetFormFollowsTheBufferRules)

@@ -74,6 +74,15 @@ std::string printerWith(const std::string& members)
     return R"({"name": "Pumex Embosser", "driver": "Pumex Pro")" + (members.empty() ? "" : ", " + members) + "}";
 }
 
+// Values V1 to Vn of a "Config" key.
+std::string manyValues(int n)
+{
+    std::string values;
+    for (int i = 1; i <= n; ++i)
+        values += (i > 1 ? ", " : "") + "\"V"s + std::to_string(i) + R"(": {"type": "dword", "value": 0})";
+    return values;
+}
+
 // A printer file of the documented shape: a value of every type, papers and forms.
 class Spooler : public ::testing::Test {
 protected:
@@ -142,6 +151,17 @@ TEST_F(Spooler, ValuesReadAndWriteBackExactly)
     EXPECT_EQ(after.dump(), before.dump()) << "names, order and every other member are kept";
 }
 
+// A value set to no bytes reads back as no bytes, of the type it was set with.
+TEST_F(Spooler, ValuesOfNoBytesKeepTheirType)
+{
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_DWORD, REG_BINARY}) {
+        ASSERT_EQ(setValue(h, "Config", "Empty", type, {}), (DWORD)ERROR_SUCCESS) << type;
+        Read r = readValue(h, "Config", "Empty");
+        EXPECT_TRUE(r.rc == ERROR_SUCCESS && r.type == type && r.needed == 0) << type << " " << r.needed;
+    }
+    EXPECT_EQ(setValue(h, "Config", "Empty", REG_MULTI_SZ, {}), (DWORD)ERROR_NOT_SUPPORTED);
+}
+
 TEST_F(Spooler, ShortBuffersMissingValuesAndFailedWritesAreReported)
 {
     const std::string before = testkit::readFile(file());
@@ -191,6 +211,11 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
          R"(data.Config: names "A" and "a")"},
         {printerWith(R"("driver": "again")"), R"(key "driver" appears twice in one object)"},
         {"{\n  \"name\": \"Pumex Embosser\",\n  \"driver\": }", "parse error at line 3, column 13"},
+        {entry(R"("D": {"type": "dword", "value": 1e999})"), R"(number overflow parsing '1e999' (after key "value"))"},
+        {entry(R"("D": {"type": "binary", "value": {"hex": [[[[["00"]]]]]}})"), "values nested more than 8 deep"},
+        {entry(manyValues(4097)), R"(more than 4096 members in one object (at key "V4097"))"},
+        {entry(R"("V": {"type": "dword", "value": null}, "v": {"type": "sz", "value": null})"),
+         R"(data.Config: names "V" and "v")"},
     };
     const std::string label = "printers/Pumex Embosser.json: ";
     for (const auto& [json, expected] : cases) {

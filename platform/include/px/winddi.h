@@ -523,6 +523,8 @@ struct DEVINFO {
 #define BMF_24BPP 5
 #define BMF_32BPP 6
 #define STYPE_BITMAP 0
+#define STYPE_DEVICE 1
+#define STYPE_DEVBITMAP 3
 
 // Signatures of the hooked driver functions, as GDI calls them.
 typedef BOOL (*PFN_DrvRealizeBrush)(BRUSHOBJ*, SURFOBJ*, SURFOBJ*, SURFOBJ*, XLATEOBJ*, ULONG);

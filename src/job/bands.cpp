@@ -1,0 +1,165 @@
+// Banding: the plug-in steps the bands itself and never calls the driver's
+// own banding. After GDI has drawn a band, every cell of it becomes a dot
+// value in the page of dot values (pEmbossPage); after the last band the
+// page goes out at once, once per copy, or into the page store.
+//
+// Portrait bands step down the page; landscape bands step along the surface's
+// x axis, which runs along the paper's length, and are turned onto the page's
+// portrait grid as they are converted.
+#include "job/job.h"
+
+#include "config/config.h"
+#include "device/xpdv.h"
+#include "diag/diag.h"
+#include "image/adjust.h"
+#include "image/image.h"
+#include "output/stream.h"
+#include "page/geometry.h"
+#include "page/textpage.h"
+
+namespace {
+
+// The text markers that stand for colours: a braille dot, and the grey
+// background of simulated italics.
+const BYTE kMarkerBraille = 1;
+const BYTE kMarkerItalic = 2;
+const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
+const PixelColor kItalicColour = {200, 200, 200};
+
+// The public devmode's copies; one when there is no devmode.
+INT copiesOf(SURFOBJ* pso)
+{
+    const DEVMODEW* dm = reinterpret_cast<PDEVOBJ>(pso->dhpdev)->pPublicDM;
+    return dm ? dm->dmCopies : 1;
+}
+
+// A finished page of dot values goes out: kept for the document end when the
+// job is double-sided or collates several copies, else written once per copy.
+void finishPage(SURFOBJ* pso, XPDV* pdv)
+{
+    INT copies = copiesOf(pso);
+    const Config* config = pdv->pConfig;
+    if (!pdv->pEmbossPage || !config) {
+        LogMessage("OEMNextBand(): no page of dots, nothing written\n");
+    } else if ((config->Collate && copies > 1) || config->Interpoint) {
+        StorePageToBuffer(pso, pdv->pEmbossPage);
+    } else {
+        for (INT i = 0; i < copies; ++i)
+            WritePrinterBuffer(pso, pdv->pEmbossPage, nullptr, 2, TRUE);
+    }
+    LogMessage(" releasing pages\n");
+    TextPage_delete(pdv->pEmbossPage);
+    pdv->pEmbossPage = nullptr;
+}
+
+// The colour tone mapping sees for the f x f square at (x, y) of the band:
+// a text marker's colour, else the surface's own.
+inline void squareColour(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD f, PixelColor* colour)
+{
+    BYTE m = TextPage_getMax(markers, x, y, f, f);
+    if (m == kMarkerBraille)
+        *colour = kBrailleColour;
+    else if (m == kMarkerItalic)
+        *colour = kItalicColour;
+    else
+        getSampleColor(pso, x, y, f, colour);
+}
+
+}  // namespace
+
+BOOL APIENTRY OEMStartBanding(SURFOBJ* pso, POINTL* pptl)
+{
+    XPDV* pdv = XPDV_fromSurface(pso);
+    if (!pdv || !pptl)
+        return FALSE;
+    INT cx = pso->sizlBitmap.cx, cy = pso->sizlBitmap.cy;
+    LogMessage("OEMStartBanding() size: (%d, %d)\n", cx, cy);
+    INT rf = getResolutionFactor(pso);
+    pdv->rf = rf;
+    pdv->bandIncrementX = pdv->bLandscape ? (cx / rf) * rf : 0;
+    pdv->bandIncrementY = pdv->bLandscape ? 0 : (cy / rf) * rf;
+    pdv->bandPosition = {0, 0};
+    LogMessage("  allocating pages\n");
+    TextPage_delete(pdv->pEmbossPage);  // a page whose bands never finished
+    pdv->pEmbossPage = TextPage_new((DWORD)pdv->embossPageWidth, (DWORD)pdv->embossPageHeight, TEXTPAGE_TYPE_ZERO);
+    LogMessage("  embossPage: [%d x %d], band: [%d x %d] \n", pdv->embossPageWidth, pdv->embossPageHeight, cx, cy);
+    *pptl = {0, 0};
+    LogMessage("OEMStartBanding() pptl: (%d, %d)\n", pptl->x, pptl->y);
+    return TRUE;
+}
+
+BOOL APIENTRY OEMNextBand(SURFOBJ* pso, POINTL* pptl)
+{
+    XPDV* pdv = XPDV_fromSurface(pso);
+    if (!pdv || !pptl)
+        return FALSE;
+    LogMessage("OEMNextBand() size: (%d, %d) \n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
+    INT rf = getResolutionFactor(pso);
+    // A band narrower than one cell would never advance: it ends the page.
+    bool complete;
+    if (pdv->bLandscape) {
+        LogMessage("OEMNextBand() landscape, pptl: (%d, %d) \n", pptl->x, pptl->y);
+        LogMessage("bandIncrementX: %d, gdiPaperWidth: %d\n", pdv->bandIncrementX, pdv->gdiPaperWidth);
+        INT length = pdv->bandIncrementX;
+        if (pdv->bandPosition.x + length > pdv->gdiPaperHeight)
+            length = pdv->gdiPaperHeight - pdv->bandPosition.x;
+        adjustBitMap(pso, rf);
+        WriteBandToPage(pso, pdv->pEmbossPage, pdv->bandPosition.x / rf, pdv->gdiPaperWidth / rf, length / rf, 2);
+        pdv->bandPosition.x += pdv->bandIncrementX;
+        complete = pdv->bandPosition.x >= pdv->gdiPaperHeight || pdv->bandIncrementX <= 0;
+        if (!complete)
+            *pptl = {pdv->bandPosition.x, 0};
+    } else {
+        INT length = pdv->bandIncrementY;
+        if (pdv->bandPosition.y + length > pdv->gdiPaperHeight)
+            length = pdv->gdiPaperHeight - pdv->bandPosition.y;
+        LogMessage("OEMNextBand(): bandWidth=%u, bandHeight=%u\n", pdv->gdiPaperWidth, length);
+        adjustBitMap(pso, rf);
+        WriteBandToPage(pso, pdv->pEmbossPage, pdv->bandPosition.y / rf, pdv->gdiPaperWidth / rf, length / rf, 2);
+        pdv->bandPosition.y += pdv->bandIncrementY;
+        pdv->bandPosition.x += pdv->bandIncrementX;
+        complete = pdv->bandPosition.y >= pdv->gdiPaperHeight || pdv->bandIncrementY <= 0;
+        if (!complete)
+            *pptl = {0, pdv->bandPosition.y};
+    }
+    if (complete)
+        *pptl = {-1, -1};
+    EraseSurface(pso);
+    TextPage_clear(pdv->pTextPage);
+    if (complete)
+        finishPage(pso, pdv);
+    LogMessage("           pptl: (%d, %d)\n", pptl->x, pptl->y);
+    LogMessage("   bandPosition: [%d, %d]\n", pdv->bandPosition.x, pdv->bandPosition.y);
+    return TRUE;
+}
+
+void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height, INT type)
+{
+    XPDV* pdv = XPDV_fromSurface(pso);
+    LogMessage("WriteBandToPage(pso:%p, pPage:%p, yOffset:%d, width:%d, height:%d type:%d)\n", pso, pPage, yOffset,
+               width, height, type);
+    LogMessage("\tpTextPage:0x%X\n", px_low32(pdv ? pdv->pTextPage : nullptr));
+    // Without a page, markers or settings the band is skipped, not written through null.
+    if (!pdv || !pPage || !pdv->pTextPage || !pdv->pConfig)
+        return;
+    DWORD f = (DWORD)getResolutionFactor(pso);
+    const TextPage* markers = pdv->pTextPage;
+    Config* config = pdv->pConfig;
+    bool landscape = pdv->bLandscape != 0;
+    bool turnedRight = config->LandscapeMode != 0;
+    for (INT j = 0; j < height; ++j) {
+        for (INT i = 0; i < width; ++i) {
+            DWORD x = (DWORD)(landscape ? j : i) * f;
+            DWORD y = (DWORD)(landscape ? i : j) * f;
+            PixelColor colour;
+            squareColour(pso, markers, x, y, f, &colour);
+            INT dot = getDotHeight(config, (DWORD)i, (DWORD)(yOffset + j), &colour);
+            DWORD tx = (DWORD)i, ty = (DWORD)(yOffset + j);
+            if (landscape && turnedRight)
+                tx = pPage->width - 1 - (DWORD)i;
+            else if (landscape)
+                ty = pPage->height - 1 - (DWORD)(yOffset + j);
+            TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+        }
+    }
+}

@@ -1,0 +1,36 @@
+#include "package_text.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace package {
+
+std::string utf8(const WCHAR* text)
+{
+    if (!text)
+        return {};
+    std::string out(px_wcslen(text) * 3 + 1, '\0');
+    out.resize(px_wide_to_utf8(&out[0], out.size(), text));
+    return out;
+}
+
+std::u16string wide(const std::string& text)
+{
+    std::u16string out(text.size() + 1, u'\0');
+    out.resize(px_utf8_to_wide(&out[0], out.size(), text.c_str()));
+    return out;
+}
+
+void tellUser(const std::string& message)
+{
+    const char* messages = std::getenv("PUMEX_MESSAGES");
+    FILE* out = messages && *messages ? std::fopen(messages, "a") : nullptr;
+    if (!out)
+        out = std::fopen("/dev/tty", "w");
+    FILE* where = out ? out : stderr;
+    std::fputs(message.c_str(), where);
+    if (out)
+        std::fclose(out);
+}
+
+}  // namespace package

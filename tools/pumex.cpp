@@ -16,7 +16,13 @@ int main(int argc, char** argv)
 
     std::vector<verbs::Runner> runners = {verbs::addProbe(app), verbs::addPrint(app), verbs::addInspect(app),
                                           verbs::addMkfont(app)};
-    CLI11_PARSE(app, argc, argv);
+    app.footer("Exit status: 0 done; 1 an input file is unreadable or bad; 2 the command line or the\n"
+               "environment is wrong (an output that cannot be written, a missing printer or module).");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2;  // --help is no error
+    }
 
     if (!root.empty() && !PxSetSystemRoot(root.c_str())) {
         std::cerr << "pumex: " << root << ": cannot use as system root\n";

@@ -6,6 +6,7 @@
 // picture could not be handled, 2 for a bad command line.
 #include "package_text.h"
 #include "stream_picture.h"
+#include "output_file.h"
 #include "stream_png.h"
 
 #include <cstdlib>
@@ -61,7 +62,10 @@ int main(int argc, char** argv)
     formats::Picture picture;
     std::string error;
     std::string png = std::string(stream) + ".png";
-    if (!formats::drawStream(pages, formats::PictureOptions(), picture, error) || !tools::writePng(picture, png, error))
+    if (!formats::drawStream(pages, formats::PictureOptions(), picture, error))
+        return fail(png + ": " + error);
+    error = tools::writeOutputFile(png, [&](FILE* file) { return tools::writePng(picture, file); });
+    if (!error.empty())
         return fail(error);
     if (haveDisplay() && openOnDesktop(png))
         return 0;

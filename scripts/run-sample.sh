@@ -4,6 +4,7 @@
 # driver asks, and a device is enabled for the bundled printer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+scripts/install-deps.sh
 cmake --preset default >/dev/null
 cmake --build --preset default >/dev/null
 exec build/tools/pumex probe "$@"

@@ -3,6 +3,7 @@
 # UndefinedBehaviorSanitizer, and runs every test in both.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+scripts/install-deps.sh
 
 for preset in default asan; do
   echo "== ${preset}: configure and build"

@@ -14,7 +14,8 @@ int main(int argc, char** argv)
     std::string root;
     app.add_option("--root", root, "system root folder (default: $PUMEX_ROOT, else the bundled one)");
 
-    std::vector<verbs::Runner> runners = {verbs::addProbe(app), verbs::addInspect(app), verbs::addMkfont(app)};
+    std::vector<verbs::Runner> runners = {verbs::addProbe(app), verbs::addPrint(app), verbs::addInspect(app),
+                                          verbs::addMkfont(app)};
     CLI11_PARSE(app, argc, argv);
 
     if (!root.empty() && !PxSetSystemRoot(root.c_str())) {

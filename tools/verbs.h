@@ -14,5 +14,6 @@ using Runner = std::function<int()>;
 Runner addProbe(CLI::App& app);
 Runner addInspect(CLI::App& app);
 Runner addMkfont(CLI::App& app);
+Runner addPrint(CLI::App& app);
 
 }  // namespace verbs

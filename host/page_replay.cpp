@@ -1,0 +1,153 @@
+#include "page_replay.h"
+
+#include "cairo_render.h"
+#include "driver_functions.h"
+#include "surface.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace host {
+
+DriverTable::DriverTable(const DRVENABLEDATA* hooks)
+{
+    const DRVENABLEDATA& own = hostDriverFunctions();
+    for (ULONG i = 0; i < own.c; ++i)
+        fns_[own.pdrvfn[i].iFunc] = own.pdrvfn[i].pfn;
+    for (ULONG i = 0; hooks && i < hooks->c; ++i)
+        if (hooks->pdrvfn[i].iFunc < kSize && hooks->pdrvfn[i].pfn)
+            fns_[hooks->pdrvfn[i].iFunc] = hooks->pdrvfn[i].pfn;
+}
+
+PictureStore::PictureStore(const JobSpec& job) : job_(job), lastPage_(job.images.size()), pictures_(job.images.size())
+{
+    for (size_t p = 0; p < job.pages.size(); ++p)
+        for (const Op& op : job.pages[p].ops)
+            if (const auto* image = std::get_if<ImageOp>(&op))
+                lastPage_[image->image] = p;
+}
+
+const Picture& PictureStore::get(size_t image)
+{
+    if (!pictures_[image]) {
+        auto picture = std::make_unique<Picture>();
+        std::string error;
+        if (!readPng(job_.images[image].path, *picture, error))
+            throw JobError(job_.images[image].path + ": " + error);
+        pictures_[image] = std::move(picture);
+    }
+    return *pictures_[image];
+}
+
+void PictureStore::pageDone(size_t page)
+{
+    for (size_t i = 0; i < pictures_.size(); ++i)
+        if (lastPage_[i] <= page)
+            pictures_[i].reset();
+}
+
+namespace {
+
+// What one replay needs at hand for every operation.
+struct Replay {
+    const DriverTable& table;
+    SURFOBJ* so;
+    POINTL origin;
+    PictureStore& pictures;
+    const JobSpec& job;
+    std::string where;  // "pages[i].ops[j]"
+    CLIPOBJ clip{};     // the band, as a rectangle clip
+
+    RECTL toBand(LONG x0, LONG y0, LONG x1, LONG y1) const
+    {
+        return {x0 - origin.x, y0 - origin.y, x1 - origin.x, y1 - origin.y};
+    }
+    bool outside(const RECTL& r) const { return isEmpty(intersect(r, clip.rclBounds)); }
+
+    void check(BOOL result) const
+    {
+        HostDevice* device = deviceOf(so);
+        std::string why = device && !device->failure.empty() ? device->failure : "";
+        if (result && why.empty())
+            return;
+        throw JobError(job.source + ": " + where + ": " + (why.empty() ? "the driver refused to draw it" : why));
+    }
+
+    void operator()(const RectOp& op)
+    {
+        RECTL target = toBand(op.x0, op.y0, op.x1, op.y1);
+        if (outside(target))
+            return;
+        BRUSHOBJ brush{brushColor(op.fill.r, op.fill.g, op.fill.b), nullptr, 0};
+        POINTL brushOrigin{0, 0};
+        auto fn = table.get<PFN_DrvBitBlt>(INDEX_DrvBitBlt);
+        check(fn(so, nullptr, nullptr, &clip, nullptr, &target, nullptr, nullptr, &brush, &brushOrigin, kRopPatCopy));
+    }
+
+    void operator()(const ImageOp& op)
+    {
+        RECTL target = toBand(op.x, op.y, op.x + op.width, op.y + op.height);
+        if (outside(target))
+            return;
+        const Picture& picture = pictures.get(op.image);
+        SURFOBJ source = pictureSurface(picture);
+        if (op.width == picture.width && op.height == picture.height) {
+            POINTL from{0, 0};
+            auto fn = table.get<PFN_DrvBitBlt>(INDEX_DrvBitBlt);
+            check(fn(so, &source, nullptr, &clip, nullptr, &target, &from, nullptr, nullptr, nullptr, kRopSrcCopy));
+            return;
+        }
+        RECTL whole{0, 0, picture.width, picture.height};
+        auto fn = table.get<PFN_DrvStretchBlt>(INDEX_DrvStretchBlt);
+        check(fn(so, &source, nullptr, &clip, nullptr, nullptr, nullptr, &target, &whole, nullptr, kStretchHalftone));
+    }
+
+    void operator()(const LineOp& op)
+    {
+        LONG m = op.width / 2 + 1;
+        RECTL reach = toBand(std::min(op.x0, op.x1) - m, std::min(op.y0, op.y1) - m, std::max(op.x0, op.x1) + m + 1,
+                             std::max(op.y0, op.y1) + m + 1);
+        if (outside(reach))
+            return;
+        BRUSHOBJ pen{brushColor(op.color.r, op.color.g, op.color.b), nullptr, 0};
+        RECTL from = toBand(op.x0, op.y0, op.x1, op.y1);
+        if (op.width == 1) {
+            auto fn = table.get<PFN_DrvLineTo>(INDEX_DrvLineTo);
+            check(fn(so, &clip, &pen, from.left, from.top, from.right, from.bottom, &reach, kMixCopyPen));
+            return;
+        }
+        HostPath path;
+        path.fl = 0;
+        path.cCurves = 1;
+        path.points = {{from.left, from.top}, {from.right, from.bottom}};
+        LINEATTRS attrs{};
+        attrs.fl = kLineGeometric;
+        float width = (float)op.width;
+        std::memcpy(&attrs.elWidth.e, &width, sizeof width);
+        auto fn = table.get<PFN_DrvStrokePath>(INDEX_DrvStrokePath);
+        check(fn(so, &path, &clip, nullptr, &pen, nullptr, &attrs, kMixCopyPen));
+    }
+
+    void operator()(const TextOp&) const
+    {
+        throw JobError(job.source + ": " + where + ": text operations are not supported yet");
+    }
+};
+
+}  // namespace
+
+void replayPage(const DriverTable& table, SURFOBJ* so, const JobSpec& job, size_t page, POINTL origin,
+                PictureStore& pictures)
+{
+    Replay replay{table, so, origin, pictures, job, {}, {}};
+    replay.clip.rclBounds = {0, 0, so->sizlBitmap.cx, so->sizlBitmap.cy};
+    replay.clip.iDComplexity = DC_RECT;
+    replay.clip.iFComplexity = 1;  // FC_RECT
+    const std::vector<Op>& ops = job.pages[page].ops;
+    for (size_t i = 0; i < ops.size(); ++i) {
+        replay.where = "pages[" + std::to_string(page) + "].ops[" + std::to_string(i) + "]";
+        std::visit(replay, ops[i]);
+    }
+}
+
+}  // namespace host

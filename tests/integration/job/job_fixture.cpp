@@ -1,0 +1,123 @@
+#include "job_fixture.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <regex>
+
+namespace jobtest {
+
+uint8_t greyForDot(int dot)
+{
+    // Lightness is the grey level itself; dot values step every 36 levels
+    // down from 254 (dot 1) to 38 (dot 7). White is blank.
+    return dot == 0 ? 255 : (uint8_t)(254 - 36 * (dot - 1));
+}
+
+host::JobSpec greyDocument(int pages, int copies, bool collate, int pageCells)
+{
+    host::JobSpec job;
+    job.source = "test document";
+    int16_t tenths = (int16_t)(pageCells * 5 * 254 / 100);  // pageCells x 5 pixels at 100 dpi
+    job.devmode.paperWidth = tenths;
+    job.devmode.paperLength = tenths;
+    job.devmode.printQuality = 100;
+    job.devmode.yResolution = 100;
+    job.devmode.copies = (int16_t)copies;
+    job.devmode.collate = collate;
+    for (int p = 1; p <= pages; ++p) {
+        host::RectOp fill;
+        fill.x1 = fill.y1 = 10000;
+        uint8_t g = greyForDot(p);
+        fill.fill = {g, g, g};
+        job.pages.push_back(host::PageSpec{{fill}});
+    }
+    return job;
+}
+
+std::vector<int> pageIds(const std::vector<uint8_t>& stream)
+{
+    formats::DecodedStream decoded = formats::decodeStream(stream.data(), stream.size());
+    EXPECT_TRUE(decoded.ok) << decoded.problem.message << " at byte " << decoded.problem.offset;
+    std::vector<int> ids;
+    for (const formats::DecodedPage& page : decoded.pages) {
+        auto most = std::max_element(page.histogram.begin() + 1, page.histogram.end());
+        ids.push_back(*most ? (int)(most - page.histogram.begin()) : 0);
+    }
+    return ids;
+}
+
+std::vector<int> pageIdsOfFile(const std::string& windowsPath)
+{
+    char path[4096];
+    EXPECT_TRUE(PxMapPath(windowsPath.c_str(), path, sizeof path));
+    std::string bytes = testkit::readFile(path);
+    return pageIds(std::vector<uint8_t>(bytes.begin(), bytes.end()));
+}
+
+void JobTest::SetUp()
+{
+    root = std::make_unique<testkit::TempRoot>();
+    std::string package = root->path() + "/drive_c/windows/system32/spool/drivers/x64/3/";
+    testkit::writeFile(package + "qruxprdlg.dll", testkit::readFile(PUMEX_TEST_ARGV_RECORDER));
+    testkit::writeFile(package + "qruxprcmdl.dll", testkit::readFile(PUMEX_PACKAGE_COMMAND_MODULE));
+    chmod((package + "qruxprdlg.dll").c_str(), 0755);
+    printer();
+    session = std::make_unique<host::Session>(PUMEX_MODULE_PATH);
+}
+
+void JobTest::TearDown()
+{
+    session.reset();
+    PxSetWindowsVersion(0, 0);
+    root.reset();
+}
+
+void JobTest::printer(const std::string& configMembers)
+{
+    std::string members =
+        "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}, \"Brightness\": {\"type\": \"dword\", \"value\": 0}, "
+        "\"Contrast\": {\"type\": \"dword\", \"value\": 0}, \"MediaType\": {\"type\": \"dword\", \"value\": 286}, "
+        "\"MinCustPForce\": {\"type\": \"dword\", \"value\": 3}, \"MaxCustPForce\": {\"type\": \"dword\", \"value\": 20}, "
+        "\"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"" PUMEX_TEST_ARGV_RECORDER "\"}";
+    if (!configMembers.empty())
+        members += ", " + configMembers;
+    root->writePrinter("Pumex Embosser", testkit::printerJson("Pumex Embosser", members));
+}
+
+void JobTest::run(const host::JobSpec& job, const host::RunOptions& options)
+{
+    spooled.clear();
+    started.clear();
+    session->run(
+        job,
+        [this](const BYTE* data, DWORD size) {
+            spooled.insert(spooled.end(), data, data + size);
+            return true;
+        },
+        options);
+    PxWaitForStartedPrograms(
+        [](void* context, int argc, const char* const* argv, DWORD) {
+            static_cast<std::vector<Started>*>(context)->push_back(Started{{argv, argv + argc}});
+        },
+        &started);
+}
+
+void JobTest::expectAllocationsReturned() const
+{
+    // Every document's end finds the total where its start found it.
+    std::string log = root->log();
+    auto totals = [&log](const char* pattern) {
+        std::vector<std::string> found;
+        std::regex re(pattern);
+        for (auto m = std::sregex_iterator(log.begin(), log.end(), re); m != std::sregex_iterator(); ++m)
+            found.push_back((*m)[1]);
+        return found;
+    };
+    std::vector<std::string> starts = totals("OEMStartDoc\\(\\): gTotalBytesAlloc=(\\d+)");
+    std::vector<std::string> ends = totals("OEMEndDoc\\(\\): gTotalBytesAlloc=(\\d+)");
+    ASSERT_FALSE(starts.empty());
+    EXPECT_EQ(starts, ends);
+}
+
+}  // namespace jobtest

@@ -1,0 +1,58 @@
+// Documents run through the built plug-in module by the host, as the
+// universal driver runs them, with the stream and the page files decoded.
+#pragma once
+
+#include "job_runner.h"
+#include "stream_decode.h"
+#include "testkit.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace jobtest {
+
+// The dot value a page of the test documents is filled with: page k (from 1)
+// is a grey that tone mapping with brightness and contrast 0 turns into dot
+// value k, so a decoded page names itself. 0 is a blank page.
+uint8_t greyForDot(int dot);
+
+// A document of `pages` pages of pageCells x pageCells cells at 100 dpi
+// (rf 5), each page filled with its own grey.
+host::JobSpec greyDocument(int pages, int copies, bool collate, int pageCells = 20);
+
+// The identity of every page of a stream: the dot value most of its cells
+// hold (0 for a blank page). Fails the test when the stream does not decode.
+std::vector<int> pageIds(const std::vector<uint8_t>& stream);
+std::vector<int> pageIdsOfFile(const std::string& windowsPath);
+
+// A program started by the plug-in during a job, as the platform saw it.
+struct Started {
+    std::vector<std::string> argv;
+};
+
+// Runs one document through a session in a temporary system root whose
+// printer has the given extra "Config" values (brightness and contrast 0,
+// custom media with forces 3 and 20, log level 1, and the driver package's
+// helpers replaced by a program that only records its arguments).
+class JobTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Writes the printer with these extra "Config" members.
+    void printer(const std::string& configMembers = "");
+    // Runs the job; the spooled bytes land in `spooled`, the programs the
+    // job started (waited for) in `started`.
+    void run(const host::JobSpec& job, const host::RunOptions& options = {});
+    // gTotalBytesAlloc at the document's start and end, from the log.
+    void expectAllocationsReturned() const;
+
+    std::unique_ptr<testkit::TempRoot> root;
+    std::unique_ptr<host::Session> session;
+    std::vector<uint8_t> spooled;
+    std::vector<Started> started;
+};
+
+}  // namespace jobtest

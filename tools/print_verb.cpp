@@ -11,6 +11,7 @@
 
 #include "px/posix.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -19,6 +20,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <iostream>
 #include <memory>
 
@@ -81,6 +84,50 @@ std::string posixPath(const std::string& windowsPath)
     return PxMapPath(windowsPath.c_str(), mapped, sizeof mapped) ? mapped : windowsPath;
 }
 
+mode_t currentUmask()
+{
+    mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+// What the driver package's programs tell the user during the job: they write
+// it to the file PUMEX_MESSAGES names, and the job shows it when it is done.
+class Messages {
+public:
+    Messages()
+    {
+        path_ = (fs::temp_directory_path() / "pumex-messages.XXXXXX").string();
+        int fd = mkstemp(&path_[0]);
+        if (fd < 0) {
+            path_.clear();
+            return;
+        }
+        close(fd);
+        setenv("PUMEX_MESSAGES", path_.c_str(), 1);
+    }
+    ~Messages()
+    {
+        if (!path_.empty())
+            std::remove(path_.c_str());
+    }
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
+    // Everything written so far, with each page file named as it is now.
+    std::string text(const std::vector<std::pair<std::string, std::string>>& renamed) const
+    {
+        std::ifstream in(path_);
+        std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        for (const auto& [from, to] : renamed)
+            for (size_t at; (at = text.find(from)) != std::string::npos;)
+                text.replace(at, from.size(), to);
+        return text;
+    }
+
+private:
+    std::string path_;
+};
+
 // The output stream, written to a temporary file beside its target.
 class OutputFile {
 public:
@@ -88,6 +135,8 @@ public:
     {
         temp_ = target + ".XXXXXX";
         int fd = mkstemp(&temp_[0]);
+        if (fd >= 0)
+            fchmod(fd, 0666 & ~currentUmask());  // as any new file, not mkstemp's 0600
         if (fd < 0 || !(file_ = fdopen(fd, "wb"))) {
             if (fd >= 0)
                 close(fd);
@@ -151,7 +200,8 @@ std::string programName(const Started& s)
 
 // Moves the fronts and backs the dialog program was given beside OUT and says
 // what became of every started program.
-void reportStarted(const std::vector<Started>& started, const std::string& out, bool& sides)
+void reportStarted(const std::vector<Started>& started, const std::string& out, bool& sides,
+                   std::vector<std::pair<std::string, std::string>>& renamed)
 {
     for (const Started& s : started) {
         std::cout << "started:  " << programName(s);
@@ -164,6 +214,8 @@ void reportStarted(const std::vector<Started>& started, const std::string& out, 
             std::string front = sideName(out, "-front"), back = sideName(out, "-back");
             movePageFile(posixPath(s.argv[i + 1]), front);
             movePageFile(posixPath(s.argv[i + 2]), back);
+            renamed.emplace_back(s.argv[i + 1], front);
+            renamed.emplace_back(s.argv[i + 2], back);
             std::cout << "front:    " << front << " (" << fs::file_size(front) << " bytes)\n"
                       << "back:     " << back << " (" << fs::file_size(back) << " bytes)\n";
             sides = true;
@@ -205,6 +257,7 @@ int runPrint(const PrintOptions& o)
     try {
         host::JobSpec job = loadInput(o);
         OutputFile file(out);
+        Messages messages;
         host::Session session(o.module);
         host::RunOptions options;
         if (isatty(STDERR_FILENO))
@@ -221,14 +274,18 @@ int runPrint(const PrintOptions& o)
         std::vector<Started> started = waitForStarted();
         bool spooled = file.close_();
         bool sides = false;
+        std::vector<std::pair<std::string, std::string>> renamed;
         std::cout << "pages:    " << result.pages << "\n";
-        reportStarted(started, out, sides);
+        reportStarted(started, out, sides, renamed);
         if (spooled || !sides) {
             file.commit();
             std::cout << "output:   " << out << " (" << result.bytesSpooled << " bytes)\n";
         }
         std::cout << "sides:    " << (sides ? "double-sided (fronts and backs in their own files)" : "single-sided")
                   << "\n";
+        std::string said = messages.text(renamed);
+        if (!said.empty())
+            std::cout << "\n" << said;
         return 0;
     } catch (const host::JobError& e) {
         std::cerr << "pumex print: " << e.what() << "\n";

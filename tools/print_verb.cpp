@@ -7,6 +7,7 @@
 // exit status 1 for a bad job or picture, 2 for a bad command line, module,
 // printer or system root.
 #include "job_runner.h"
+#include "output_file.h"
 #include "verbs.h"
 
 #include "px/posix.h"
@@ -256,6 +257,15 @@ int runPrint(const PrintOptions& o)
     std::string out = o.out.empty() ? defaultOut(o.input) : o.out;
     try {
         host::JobSpec job = loadInput(o);
+        // Nothing is touched when OUT (or a page file named after it) is a
+        // folder, a device, unwritable, or the job itself.
+        for (const std::string& target : {out, sideName(out, "-front"), sideName(out, "-back")}) {
+            std::string problem = tools::checkOutputTarget(target, {o.input});
+            if (!problem.empty()) {
+                std::cerr << "pumex print: " << problem << "\n";
+                return 2;
+            }
+        }
         OutputFile file(out);
         Messages messages;
         host::Session session(o.module);

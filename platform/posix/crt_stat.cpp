@@ -40,7 +40,7 @@ int _wstat(const WCHAR* path, struct _stat* buffer)
         errno = ENOENT;
         return -1;
     }
-    if (::stat(mapped.c_str(), &st) != 0)
+    if (PxGetSyscalls()->stat(mapped.c_str(), &st) != 0)
         return -1;  // errno as stat left it
     *buffer = {};
     buffer->st_dev = (uint32_t)st.st_dev;

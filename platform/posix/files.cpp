@@ -33,7 +33,7 @@ DWORD missingFileError(const std::string& path)
     if (slash == std::string::npos || slash == 0)
         return ERROR_FILE_NOT_FOUND;
     struct stat st;
-    return ::stat(path.substr(0, slash).c_str(), &st) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    return PxGetSyscalls()->stat(path.substr(0, slash).c_str(), &st) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
 }
 
 bool shareAllowsLockFree(DWORD access, DWORD share)
@@ -54,7 +54,7 @@ HANDLE openFile(const std::string& path, DWORD access, DWORD share, DWORD dispos
         flags |= O_RDONLY;
 
     struct stat st;
-    bool existed = ::stat(path.c_str(), &st) == 0;
+    bool existed = PxGetSyscalls()->stat(path.c_str(), &st) == 0;
     if (existed && S_ISDIR(st.st_mode))
         return px::fail(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
     switch (disposition) {
@@ -74,7 +74,7 @@ HANDLE openFile(const std::string& path, DWORD access, DWORD share, DWORD dispos
 
     if (!shareAllowsLockFree(access, share)) {
         int mode = ((access & GENERIC_WRITE) && !(share & FILE_SHARE_WRITE)) ? LOCK_EX : LOCK_SH;
-        if (::flock(fd, mode | LOCK_NB) != 0) {
+        if (PxGetSyscalls()->flock(fd, mode | LOCK_NB) != 0) {
             PxGetSyscalls()->close(fd);
             return px::fail(ERROR_SHARING_VIOLATION, INVALID_HANDLE_VALUE);
         }
@@ -104,7 +104,7 @@ HANDLE openFile(const std::string& path, DWORD access, DWORD share, DWORD dispos
 DWORD attributesOf(const std::string& path)
 {
     struct stat st;
-    if (path.empty() || ::stat(path.c_str(), &st) != 0)
+    if (path.empty() || PxGetSyscalls()->stat(path.c_str(), &st) != 0)
         return px::fail(px::errorFromErrno(path.empty() ? ENOENT : errno), INVALID_FILE_ATTRIBUTES);
     if (S_ISDIR(st.st_mode))
         return FILE_ATTRIBUTE_DIRECTORY;
@@ -267,7 +267,7 @@ BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES)
 BOOL DeleteFileA(LPCSTR lpFileName)
 {
     std::string path = px::mapPath(lpFileName);
-    if (path.empty() || ::unlink(path.c_str()) != 0)
+    if (path.empty() || PxGetSyscalls()->unlink(path.c_str()) != 0)
         return px::fail(px::errorFromErrno(path.empty() ? ENOENT : errno), FALSE);
     return TRUE;
 }

@@ -103,6 +103,6 @@ HGLOBAL GlobalFree(HGLOBAL hMem)
         std::lock_guard<std::mutex> lock(gBlocksLock);
         liveBlocks().erase(b);
     }
-    std::free(b);
+    PxGetSyscalls()->free(b);
     return nullptr;
 }

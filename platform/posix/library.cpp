@@ -24,7 +24,7 @@ HMODULE LoadLibraryW(LPCWSTR lpLibFileName)
     if (!lpLibFileName || !*lpLibFileName)
         return px::fail<HMODULE>(ERROR_INVALID_PARAMETER, nullptr);
     std::string path = px::mapPath(px::narrow(lpLibFileName).c_str());
-    void* handle = path.empty() ? nullptr : dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* handle = path.empty() ? nullptr : PxGetSyscalls()->dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle)
         return px::fail<HMODULE>(ERROR_MOD_NOT_FOUND, nullptr);
     return static_cast<HMODULE>(handle);

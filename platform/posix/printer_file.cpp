@@ -423,10 +423,11 @@ void writeBlock(std::string& out, const PrinterDoc& v, size_t indent, int levels
 // Syncs a folder so a rename in it survives a crash; best effort.
 void syncFolder(const std::string& dir)
 {
-    int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    PxSyscalls* sys = PxGetSyscalls();
+    int fd = sys->open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
+        sys->fsync(fd);
+        sys->close(fd);
     }
 }
 
@@ -441,7 +442,7 @@ DWORD replaceFile(const std::string& dir, const std::string& path, const std::st
     if (fd < 0)
         return px::errorFromErrno(errno);
     struct stat st;
-    if (::stat(path.c_str(), &st) == 0)
+    if (sys->stat(path.c_str(), &st) == 0)
         ::fchmod(fd, st.st_mode & 07777);  // keep the printer's permissions
 
     int err = 0;
@@ -455,14 +456,14 @@ DWORD replaceFile(const std::string& dir, const std::string& path, const std::st
         else
             done += (size_t)n;
     }
-    if (!err && ::fsync(fd) != 0)
+    if (!err && sys->fsync(fd) != 0)
         err = errno;
     if (sys->close(fd) != 0 && !err)
         err = errno;
     if (!err && sys->rename(temp.c_str(), path.c_str()) != 0)
         err = errno;
     if (err) {
-        ::unlink(temp.c_str());
+        sys->unlink(temp.c_str());
         return px::errorFromErrno(err);
     }
     syncFolder(dir);
@@ -479,7 +480,7 @@ public:
             error_ = px::errorFromErrno(errno);
             return;
         }
-        while (::flock(fd_, LOCK_EX) != 0) {
+        while (PxGetSyscalls()->flock(fd_, LOCK_EX) != 0) {
             if (errno != EINTR) {
                 error_ = px::errorFromErrno(errno);
                 break;

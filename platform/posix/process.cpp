@@ -222,7 +222,7 @@ DWORD checkProgram(const std::string& path)
     struct stat st;
     if (path.empty())
         return ERROR_PATH_NOT_FOUND;
-    if (::stat(path.c_str(), &st) != 0)
+    if (PxGetSyscalls()->stat(path.c_str(), &st) != 0)
         return errno == ENOENT ? ERROR_FILE_NOT_FOUND : px::errorFromErrno(errno);
     if (S_ISDIR(st.st_mode) || ::access(path.c_str(), X_OK) != 0)
         return ERROR_ACCESS_DENIED;
@@ -354,7 +354,7 @@ BOOL CreateProcessW(LPCWSTR lpApplicationName, LPWSTR lpCommandLine, LPSECURITY_
     if (!prepareSpawn(setup, dwCreationFlags))
         return px::fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
     auto child = std::make_shared<Child>();
-    int rc = posix_spawn(&child->pid, path.c_str(), &setup.actions, &setup.attr, argv.data(), environ);
+    int rc = PxGetSyscalls()->spawn(&child->pid, path.c_str(), &setup.actions, &setup.attr, argv.data(), environ);
     {
         std::lock_guard<std::mutex> lock(gChildLock);
         reapOrphans();

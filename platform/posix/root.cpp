@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <mutex>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,8 +19,12 @@
 namespace {
 
 int sysOpen(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+int sysStat(const char* path, struct stat* st) { return ::stat(path, st); }
 
-const PxSyscalls kRealSyscalls = {sysOpen, ::write, ::read, ::close, ::mkdir, ::rename, ::calloc};
+const PxSyscalls kRealSyscalls = {
+    sysOpen, ::read, ::write, ::close, ::fsync, ::rename, ::flock, sysStat, ::unlink, ::mkdir, ::dlopen, ::posix_spawn,
+    ::calloc, ::free,
+};
 PxSyscalls gSyscalls = kRealSyscalls;
 
 // Never destroyed: the plug-in logs through the root while the process exits,
@@ -42,7 +48,7 @@ const char* const kStandardFolders[] = {
 
 bool makeFolder(const std::string& path)
 {
-    if (::mkdir(path.c_str(), 0777) == 0 || errno == EEXIST)
+    if (PxGetSyscalls()->mkdir(path.c_str(), 0777) == 0 || errno == EEXIST)
         return true;
     return false;
 }

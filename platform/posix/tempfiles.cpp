@@ -87,7 +87,7 @@ DWORD GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer)
 {
     // The root's standard folders include it; make it again if someone removed it.
     std::string folder = px::mapPath("C:\\windows\\temp");
-    ::mkdir(folder.c_str(), 0777);
+    PxGetSyscalls()->mkdir(folder.c_str(), 0777);
     DWORD length = (DWORD)px_wcslen(kTempFolder);
     if (!lpBuffer || nBufferLength <= length)
         return length + 1;  // the size needed, terminator included

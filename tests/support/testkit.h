@@ -29,6 +29,46 @@ private:
     std::string path_;
 };
 
+// Keeps the platform's system-call table as it was on construction and puts it
+// back on destruction, whatever the test replaced in between.
+class SyscallGuard {
+public:
+    SyscallGuard() : saved_(*PxGetSyscalls()) {}
+    ~SyscallGuard() { *PxGetSyscalls() = saved_; }
+    SyscallGuard(const SyscallGuard&) = delete;
+    SyscallGuard& operator=(const SyscallGuard&) = delete;
+
+    PxSyscalls* operator->() const { return PxGetSyscalls(); }
+
+private:
+    PxSyscalls saved_;
+};
+
+// The kinds of system call a fault can be put on, one per entry of the table
+// (allocation stands for calloc; free is counted, never failed).
+enum class Call { Open, Read, Write, Close, Fsync, Rename, Flock, Stat, Unlink, Mkdir, Dlopen, Spawn, Alloc, Count };
+const char* callName(Call call);
+
+// Counts the calls of each kind made through the table while it lives, and
+// makes the nth call (from 1) of one chosen kind fail as the system would
+// (errno EIO, ENOSPC for a write, a null block for an allocation). Only one
+// injector may live at a time.
+class FaultInjector {
+public:
+    explicit FaultInjector(Call failing = Call::Count, unsigned nth = 0);
+    ~FaultInjector();
+    FaultInjector(const FaultInjector&) = delete;
+    FaultInjector& operator=(const FaultInjector&) = delete;
+
+    unsigned count(Call call) const;
+    bool fired() const;
+    // Blocks allocated through the table and not yet freed since construction.
+    long outstandingBlocks() const;
+
+private:
+    SyscallGuard guard_;
+};
+
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& bytes);
 bool fileExists(const std::string& path);

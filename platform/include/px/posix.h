@@ -9,6 +9,11 @@
 #include <sys/types.h>
 
 #ifndef _WIN32
+#include <spawn.h>
+#include <sys/stat.h>
+#endif
+
+#ifndef _WIN32
 
 // The system root: a folder holding drive_c/ and printers/. Chosen by
 // PxSetSystemRoot, else the environment variable PUMEX_ROOT, else the default
@@ -25,16 +30,28 @@ PX_API BOOL PxSetSystemRoot(const char* root);
 PX_API BOOL PxMapPath(const char* winPath, char* out, size_t cap);
 PX_API BOOL PxMapPathW(const WCHAR* winPath, char* out, size_t cap);
 
-// System calls behind the platform library. Tests replace entries to inject
-// faults and restore them with PxResetSyscalls.
+// System calls behind the platform library, one named entry each: every file,
+// library, process and memory operation of the platform goes through this
+// table, so a test can replace any entry to make that call fail on purpose
+// (the replacement sets errno as the real call would) and restore the table
+// with PxResetSyscalls.
 struct PxSyscalls {
     int (*open)(const char* path, int flags, mode_t mode);
-    ssize_t (*write)(int fd, const void* buf, size_t n);
     ssize_t (*read)(int fd, void* buf, size_t n);
+    ssize_t (*write)(int fd, const void* buf, size_t n);
     int (*close)(int fd);
-    int (*mkdir)(const char* path, mode_t mode);
+    int (*fsync)(int fd);
     int (*rename)(const char* from, const char* to);
+    int (*flock)(int fd, int operation);
+    int (*stat)(const char* path, struct stat* st);
+    int (*unlink)(const char* path);
+    int (*mkdir)(const char* path, mode_t mode);
+    void* (*dlopen)(const char* path, int flags);
+    // posix_spawn: returns the error number instead of setting errno.
+    int (*spawn)(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                 const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]);
     void* (*calloc)(size_t n, size_t size);
+    void (*free)(void* block);
 };
 PX_API PxSyscalls* PxGetSyscalls(void);
 PX_API void PxResetSyscalls(void);

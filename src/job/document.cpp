@@ -72,8 +72,12 @@ BOOL setUpDocument(SURFOBJ* pso, XPDV* pdv)
     LogMessage("Startdoc(): after TextPage_new(): 0x%X\n", px_low32(pdv->pTextPage));
 
     pdv->pConfig = Config_new(deviceOf(pso));
-    if (!pdv->pConfig)
+    if (!pdv->pConfig) {
+        // A document that does not start never ends: nothing calls EndDoc to free the page.
+        TextPage_delete(pdv->pTextPage);
+        pdv->pTextPage = nullptr;
         return FALSE;
+    }
     Config_readControlFlags(pdv->pConfig, pdv->szPrinterName);
     checkDPFont(pdv->pConfig);
 

@@ -25,6 +25,11 @@ const char kRowMark = '#';
 // arrive, up to this many cells, beyond which the record is refused (and the
 // reading ends) rather than memory exhausted by a runaway file.
 const int64_t kMaxTileCells = 1 << 24;
+// A whole file holds at most this many records and this many cells in all;
+// reading stops there with a line in the log. Real files hold a few dozen
+// colours of small tiles.
+const INT kMaxPatterns = 4096;
+const int64_t kMaxFileCells = 1 << 24;
 
 // Bytes of a path as 8-bit text for the log: up to three bytes per unit.
 #define PATH_TEXT_BYTES (PATTERN_NAME_CHARS * 3 + 1)
@@ -206,12 +211,18 @@ BOOL readHeader(FILE* file, const char* pathText)
     return TRUE;
 }
 
-// Reads every record of the file into the set.
-void readPatterns(ColorPatternSet* set, FILE* file)
+// Reads every record of the file into the set, up to the file limits.
+void readPatterns(ColorPatternSet* set, FILE* file, const char* pathText)
 {
     if (!growPatterns(set))
         return;
+    int64_t cells = 0;
     for (;;) {
+        if (set->count == kMaxPatterns || cells > kMaxFileCells) {
+            LogMessage("pattern file %s: more than %d colours or %d cells, the rest is not read\n", pathText,
+                       kMaxPatterns, (INT)kMaxFileCells);
+            return;
+        }
         ColorPattern* pattern = newPattern();
         if (!pattern)
             return;
@@ -219,6 +230,7 @@ void readPatterns(ColorPatternSet* set, FILE* file)
             ColorPattern_delete(pattern);
             return;
         }
+        cells += (int64_t)pattern->width * pattern->height;
         set->patterns[set->count++] = pattern;
     }
 }
@@ -329,7 +341,7 @@ ColorPatternSet* ColorPatternSet_load(LPCWSTR path)
     }
     LogMessage("file opened\n");
     if (readHeader(file, pathText))
-        readPatterns(set, file);
+        readPatterns(set, file, pathText);
     fclose(file);
     return set;
 }

@@ -103,6 +103,35 @@ TEST_F(PatternFile, UnreadableFilesGiveEmptySetsAndNothingLeaks)
     EXPECT_EQ(gTotalBytesAlloc, before);
 }
 
+// A file stops being read at 4096 colours or 2^24 cells in all: what came
+// before stays usable, and memory follows the limit, not the file.
+TEST_F(PatternFile, ReadingStopsAtTheFileLimits)
+{
+    const std::pair<std::string, int> cases[] = {
+        {[] {
+             std::string text = kHeader;
+             for (int i = 0; i < 5000; ++i)
+                 text += std::to_string(i % 256) + " " + std::to_string(i / 256) + " 0\n#1\n";
+             return text;
+         }(),
+         4096},
+        {[] {
+             std::string rows;  // 255 x 2000 cells a record: 33 of them pass 2^24
+             for (int r = 0; r < 2000; ++r)
+                 rows += "#" + std::string(255, '1') + "\n";
+             std::string text = kHeader;
+             for (int i = 0; i < 40; ++i)
+                 text += std::to_string(i) + " 0 0\n" + rows;
+             return text;
+         }(),
+         33},
+    };
+    DWORD before = gTotalBytesAlloc;
+    for (const auto& [text, count] : cases)
+        EXPECT_EQ(load(write(text))->count, count);
+    EXPECT_EQ(gTotalBytesAlloc, before);
+}
+
 // Custom patterns by exact colour, the last one remembered; hue patterns by sector for saturated colours.
 TEST_F(PatternFile, DotHeightTakesTheSelectedPatterns)
 {

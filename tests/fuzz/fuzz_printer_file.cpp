@@ -1,36 +1,12 @@
 // Fuzz target: a printer file checked by the platform, then opened and read
 // through the spooler and registry calls the plug-in makes.
-#include "px/posix.h"
-
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <unistd.h>
-
-namespace {
-
-// A system root of this process's own, made once.
-std::string fuzzRoot()
-{
-    static std::string root = [] {
-        char tmpl[] = "/tmp/pumex-fuzz-XXXXXX";
-        std::string made = mkdtemp(tmpl) ? tmpl : "/tmp";
-        PxSetSystemRoot(made.c_str());
-        return made;
-    }();
-    return root;
-}
-
-}  // namespace
+#include "fuzz_root.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string path = fuzzRoot() + "/printers/Fuzz.json";
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
+    if (!fuzzroot::write("printers/Fuzz.json", data, size))
         return 0;
-    std::fwrite(data, 1, size, file);
-    std::fclose(file);
+    const std::string path = fuzzroot::root() + "/printers/Fuzz.json";
     char message[256];
     PxValidatePrinterFile(path.c_str(), message, sizeof message);
     WCHAR name[] = WSTR("Fuzz");

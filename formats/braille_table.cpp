@@ -195,6 +195,94 @@ bool parseSetting(const std::string& comment, std::string& key, std::string& val
     return key == "name" || key == "cell";
 }
 
+// The name as a setting's value: a backslash doubled; line breaks, other
+// control characters and blanks at either end as \uXXXX, so the value stays
+// on its line and keeps its ends.
+std::string escapeName(const std::string& name)
+{
+    std::string out;
+    for (size_t i = 0; i < name.size(); ++i) {
+        unsigned char c = (unsigned char)name[i];
+        bool edge = (i == 0 || i + 1 == name.size()) && isBlank((char)c);
+        if (c == '\\')
+            out += "\\\\";
+        else if (c < 0x20 || c == 0x7F || edge)
+            out += "\\u" + hex4(c);
+        else
+            out += (char)c;
+    }
+    return out;
+}
+
+// The name a setting's value gives; an empty string or a message.
+std::string unescapeName(const std::string& value, std::string& name)
+{
+    name.clear();
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] != '\\' || i + 1 == value.size() || (value[i + 1] != '\\' && value[i + 1] != 'u')) {
+            name += value[i];  // a backslash before anything else is itself
+        } else if (value[i + 1] == '\\') {
+            name += '\\';
+            ++i;
+        } else {
+            std::string digits = value.substr(i + 2, 4);
+            if (digits.size() != 4 || digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+                return "'\\u' in the name takes four hexadecimal digits";
+            unsigned unit = (unsigned)std::stoul(digits, nullptr, 16);
+            if (unit >= 0xD800 && unit <= 0xDFFF)
+                return "'\\u" + digits + "' in the name is half a character";
+            appendUtf8(name, unit);
+            i += 5;
+        }
+    }
+    return "";
+}
+
+// "WxH": a glyph's positions and rows, each 0 to kMaxGlyphSide; false when the
+// word is not of that form.
+bool parseSize(const std::string& word, int& positions, int& rows)
+{
+    size_t x = word.find('x');
+    auto number = [](const std::string& digits, int& value) {
+        if (digits.empty() || digits.size() > 3 || digits.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        value = std::stoi(digits);
+        return value <= kMaxGlyphSide;
+    };
+    return x != std::string::npos && number(word.substr(0, x), positions) && number(word.substr(x + 1), rows);
+}
+
+// A glyph's rows in the size form, each its positions as "o" or "."; an empty
+// string or a message.
+std::string parseRows(const std::vector<std::string>& w, Cell& cell)
+{
+    const size_t rowWords = cell.rows && cell.positions ? (size_t)cell.rows : 0;
+    if (w.size() - 2 != rowWords)
+        return "'" + w[1] + "' takes " + std::to_string(rowWords) + " rows of positions, found " +
+               std::to_string(w.size() - 2);
+    cell.marks.assign((size_t)cell.rows * (size_t)cell.positions, 0);
+    for (size_t r = 0; r < rowWords; ++r) {
+        const std::string& row = w[2 + r];
+        if (row.size() != (size_t)cell.positions || row.find_first_not_of("o.") != std::string::npos)
+            return "row " + std::to_string(r + 1) + " '" + row + "' is not " + std::to_string(cell.positions) +
+                   " positions of 'o' (dot) or '.' (none)";
+        for (size_t p = 0; p < row.size(); ++p)
+            cell.marks[r * row.size() + p] = row[p] == 'o';
+    }
+    return "";
+}
+
+std::string formatSize(const Cell& c)
+{
+    std::string out = std::to_string(c.positions) + "x" + std::to_string(c.rows);
+    for (int r = 0; c.positions && r < c.rows; ++r) {
+        out += ' ';
+        for (int p = 0; p < c.positions; ++p)
+            out += c.marks[(size_t)r * c.positions + p] ? 'o' : '.';
+    }
+    return out;
+}
+
 class TableReader {
 public:
     TableReader(Table& table, std::vector<Problem>& problems) : table_(table), problems_(problems) {}
@@ -218,7 +306,7 @@ public:
     void finish()
     {
         for (const Cell& c : table_.cells)
-            if (table_.cellDots == 6 && (c.dots & 0xC0))
+            if (table_.cellDots == 6 && !c.sized && (c.dots & 0xC0))
                 report(c.line, "dot " + std::string(c.dots & 0x40 ? "7" : "8") +
                                    " in a 6-dot table (add '# cell: 8' for 8-dot cells)");
         if (characterLines_ == 0)
@@ -249,14 +337,17 @@ private:
             return;
         }
         std::u16string units;
+        std::string name, problem;
         if (value.empty())
             report(number, "'# name:' gives no name");
         else if (!toUtf16(value, units))
             report(number, "the name is not UTF-8 text");
-        else if (units.size() > kMaxNameUnits)
+        else if (!(problem = unescapeName(value, name)).empty())
+            report(number, problem);
+        else if (toUtf16(name, units), units.size() > kMaxNameUnits)
             report(number, "the name is longer than " + std::to_string(kMaxNameUnits) + " characters");
         else
-            table_.name = value;
+            table_.name = name;
     }
 
     void cell(int number, const std::string& content)
@@ -271,6 +362,11 @@ private:
         std::vector<std::string> w = words(body);
         if (w.size() == 1) {
             report(number, "'" + w[0] + "' has no dots (write - for a blank cell)");
+            return;
+        }
+        Cell sized{0, 0, number};
+        if (w.size() >= 2 && parseSize(w[1], sized.positions, sized.rows)) {
+            glyph(number, w, sized);
             return;
         }
         if (w.size() != 2) {
@@ -295,6 +391,19 @@ private:
         table_.cells.push_back({code, dots, number});
     }
 
+    // A line in the size form: a glyph as a font holds it.
+    void glyph(int number, const std::vector<std::string>& w, Cell& cell)
+    {
+        cell.sized = true;
+        std::string problem = parseCharacter(w[0], cell.code);
+        if (problem.empty())
+            problem = parseRows(w, cell);
+        if (!problem.empty())
+            report(number, problem);
+        else
+            table_.cells.push_back(std::move(cell));
+    }
+
     Table& table_;
     std::vector<Problem>& problems_;
     std::map<std::string, int> settingLines_;
@@ -315,6 +424,36 @@ void putBig32(std::string& out, uint32_t v)
 }
 
 unsigned big16(const std::string& b, size_t at) { return ((uint8_t)b[at] << 8) | (uint8_t)b[at + 1]; }
+
+// Bytes a glyph row takes in a font: four positions a byte.
+size_t rowBytes(int positions) { return ((size_t)positions + 3) / 4; }
+
+// A glyph of the size form after its code: height, width, three bytes the
+// reader skips, then each row with the leftmost position in bits 7-6 of its
+// first byte, bit 6 (4, 2, 0) marking a dot.
+void appendGlyph(std::string& out, const Cell& c)
+{
+    out += (char)c.rows;
+    out += (char)c.positions;
+    out.append(3, '\0');
+    for (int r = 0; r < c.rows; ++r) {
+        std::string row(rowBytes(c.positions), '\0');
+        for (int p = 0; p < c.positions; ++p)
+            if (c.marks[(size_t)r * c.positions + p])
+                row[(size_t)p / 4] = (char)(row[(size_t)p / 4] | (0x40 >> (2 * (p % 4))));
+        out += row;
+    }
+}
+
+// A glyph's rows read in the size form.
+void readMarks(const std::string& bytes, size_t at, Cell& c)
+{
+    c.marks.assign((size_t)c.rows * c.positions, 0);
+    for (int r = 0; r < c.rows; ++r)
+        for (int p = 0; p < c.positions; ++p)
+            c.marks[(size_t)r * c.positions + p] =
+                ((uint8_t)bytes[at + r * rowBytes(c.positions) + (size_t)p / 4] >> (6 - 2 * (p % 4))) & 1;
+}
 
 // The file at path into bytes; false after telling err why it cannot be had.
 bool readWholeFile(const std::string& path, size_t maxBytes, std::string& bytes, std::ostream& err)
@@ -369,10 +508,10 @@ std::string formatTable(const Table& table, const std::string& heading)
 {
     std::string out = heading;
     if (!table.name.empty())
-        out += "# name: " + table.name + "\n";
+        out += "# name: " + escapeName(table.name) + "\n";
     out += "# cell: " + std::to_string(table.cellDots) + "\n";
     for (const Cell& c : table.cells)
-        out += formatCode(c.code) + " " + formatDots(c.dots) + "\n";
+        out += formatCode(c.code) + " " + (c.sized ? formatSize(c) : formatDots(c.dots)) + "\n";
     return out;
 }
 
@@ -384,13 +523,18 @@ std::string writeFont(const Table& table)
     if (name.size() > kMaxNameUnits)
         name.resize(kMaxNameUnits);
 
+    int largestRows = 0, largestPositions = 0;
+    for (const Cell& c : table.cells) {
+        largestRows = std::max(largestRows, c.sized ? c.rows : rows);
+        largestPositions = std::max(largestPositions, c.sized ? c.positions : 2);
+    }
     std::string out;
     out += "DP";
     putBig32(out, 0);  // not interpreted by the reader
     putBig32(out, 0);  // the file size, filled in below
     putBig16(out, (unsigned)table.cells.size());
-    out += (char)rows;  // largest height
-    out += (char)2;     // largest width
+    out += (char)largestRows;
+    out += (char)largestPositions;
     putBig16(out, 0);
     out += (char)(name.size() * 2);
     for (char16_t u : name) {
@@ -399,6 +543,10 @@ std::string writeFont(const Table& table)
     }
     for (const Cell& c : table.cells) {
         putBig16(out, c.code);
+        if (c.sized) {
+            appendGlyph(out, c);
+            continue;
+        }
         out += (char)rows;
         out += (char)2;
         out.append(3, '\0');
@@ -437,57 +585,53 @@ bool readFont(const std::string& bytes, Table& table, std::string& problem)
         problem = "the file ends inside the font's name";
         return false;
     }
-    // The name's bytes pair up into UTF-16 units; an odd last byte is a unit of its own.
+    // The name's bytes pair up into UTF-16 units; an odd last byte is a unit of
+    // its own. The plug-in's name ends at a zero unit, and no table names more
+    // than kMaxNameUnits.
     std::u16string name;
-    for (size_t i = 0; i < nameBytes; i += 2) {
+    for (size_t i = 0; i < nameBytes && name.size() < kMaxNameUnits; i += 2) {
         char16_t unit = (uint8_t)bytes[kHeaderBytes + i];
         if (i + 1 < nameBytes)
             unit |= (char16_t)((uint8_t)bytes[kHeaderBytes + i + 1] << 8);
+        if (unit == 0)
+            break;
         name += unit;
     }
     table.name = fromUtf16(name);
 
     std::map<uint16_t, size_t> seen;
     size_t at = kHeaderBytes + nameBytes;
+    int cellRows = 0;  // rows of the table's cells: the first 2-position glyph of 3 or 4 rows says
     for (size_t g = 1; g <= count; ++g) {
         const std::string which = "glyph " + std::to_string(g) + " of " + std::to_string(count);
         if (at + kGlyphHeaderBytes > bytes.size()) {
             problem = "the file ends before " + which;
             return false;
         }
-        const uint16_t code = (uint16_t)big16(bytes, at);
-        const int height = (uint8_t)bytes[at + 2], width = (uint8_t)bytes[at + 3];
-        const std::string named = which + " (U+" + hex4(code) + ")";
-        if (width != 2 || (height != 3 && height != 4)) {
-            problem = named + " is " + std::to_string(height) + " rows by " + std::to_string(width) +
-                      " positions, not a 6-dot or 8-dot cell";
-            return false;
-        }
-        if (g == 1) {
-            table.cellDots = height == 4 ? 8 : 6;
-        } else if ((height == 4) != (table.cellDots == 8)) {
-            problem = named + " has " + std::to_string(height) + " rows, unlike the glyphs before it";
-            return false;
-        }
+        Cell cell{(uint16_t)big16(bytes, at), 0, 0};
+        cell.rows = (uint8_t)bytes[at + 2];
+        cell.positions = (uint8_t)bytes[at + 3];
         at += kGlyphHeaderBytes;
-        if (at + height > bytes.size()) {
-            problem = "the file ends inside " + named;
+        const size_t size = rowBytes(cell.positions) * (size_t)cell.rows;
+        if (at + size > bytes.size()) {
+            problem = "the file ends inside " + which + " (U+" + hex4(cell.code) + ")";
             return false;
         }
-        auto first = seen.find(code);
-        if (first != seen.end()) {
-            problem = named + " repeats the code of glyph " + std::to_string(first->second);
-            return false;
+        if (!cellRows && cell.positions == 2 && (cell.rows == 3 || cell.rows == 4))
+            cellRows = cell.rows;
+        if (cell.positions == 2 && cell.rows == cellRows && seen.emplace(cell.code, g).second) {
+            for (int r = 0; r < cell.rows; ++r)
+                for (int p = 0; p < 2; ++p)
+                    if ((uint8_t)bytes[at + r] & kPositionBit[p])
+                        cell.dots |= (Dots)(1u << (kCellPlaces[r][p] - 1));
+        } else {
+            cell.sized = true;
+            readMarks(bytes, at, cell);
         }
-        seen[code] = g;
-        Dots dots = 0;
-        for (int r = 0; r < height; ++r)
-            for (int p = 0; p < 2; ++p)
-                if ((uint8_t)bytes[at + r] & kPositionBit[p])
-                    dots |= (Dots)(1u << (kCellPlaces[r][p] - 1));
-        at += height;
-        table.cells.push_back({code, dots, 0});
+        at += size;
+        table.cells.push_back(std::move(cell));
     }
+    table.cellDots = cellRows == 4 ? 8 : 6;
     return true;
 }
 

@@ -10,11 +10,16 @@
 //   U+2813 125                      a character by its code, U+0 to U+FFFF
 //   SPACE -                         SPACE is U+0020; "-" or "0" is a blank cell
 //   U+0023 3456                     "#" starts a comment, so "#" itself is U+0023
+//   U+2500 3x2 o.o .o.              a glyph of its own size: 3 positions by 2
+//                                   rows, each row's positions "o" (dot) or "."
 //
 // Blank lines and lines starting with "#" are comments; "# name:" and
 // "# cell:" (each once, anywhere) are the two settings. A "#" after the dots
-// starts a comment too. Characters come into the font in table order, each
-// code once.
+// starts a comment too. In the name, "\\" is a backslash and "\uXXXX" the
+// UTF-16 unit XXXX (how a dump writes line breaks, other control characters
+// and blanks at either end). Characters come into the font in table order. A
+// code given twice in the dots form is a mistake; the size form states a
+// font's glyph as it stands, whatever its size, and may repeat a code.
 //
 // Cells in the font: 2 dot positions wide; 3 rows (dots 1-2-3 down the left
 // position, 4-5-6 down the right) or 4 rows, the fourth holding dots 7 (left)
@@ -33,9 +38,16 @@ namespace braille {
 using Dots = uint8_t;
 
 struct Cell {
+    Cell(uint16_t code = 0, Dots dots = 0, int line = 0) : code(code), dots(dots), line(line) {}
+
     uint16_t code;  // UTF-16 code unit the cell stands for
     Dots dots;
     int line;       // table line it came from; 0 when it came from elsewhere
+    // A glyph of its own size (the size form), in place of dots: rows x
+    // positions marks, row by row, 1 for a dot.
+    bool sized = false;
+    int rows = 0, positions = 0;
+    std::vector<uint8_t> marks;
 };
 
 struct Table {
@@ -52,8 +64,9 @@ struct Problem {
 
 // Longest font name a font file holds, in UTF-16 code units (255 bytes).
 constexpr size_t kMaxNameUnits = 127;
-// Most glyphs a font file can announce.
+// Most glyphs a font file can announce; most rows and positions of a glyph.
 constexpr size_t kMaxGlyphs = 65535;
+constexpr int kMaxGlyphSide = 255;
 
 // Reads table text into table (replacing what it held). Adds every problem
 // found to problems, in line order; true when there is none.
@@ -71,9 +84,10 @@ std::string formatDots(Dots dots);
 // The bytes of the braille font file for a table (the table must be valid).
 std::string writeFont(const Table& table);
 
-// Reads a font file back into a table. Refuses what a table cannot say: glyphs
-// that are not 6-dot or 8-dot cells, cells of both sizes, a code given twice,
-// a file that ends inside its header or a glyph.
+// Reads a font file back into a table: glyphs of the table's cell size in the
+// dots form, every other glyph (another size, a code again) in the size form.
+// Refuses only what no table can say: a file that is not a font, holds no
+// glyph, or ends inside its header, name or a glyph.
 bool readFont(const std::string& bytes, Table& table, std::string& problem);
 
 // The 8-dot table of the Unicode braille patterns: U+2800 to U+28FF, each

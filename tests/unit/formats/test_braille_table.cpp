@@ -11,6 +11,7 @@
 namespace {
 
 using braille::Table;
+using namespace std::string_literals;
 
 // The smallest complete font, as the reader's tests have it: "AB", one glyph A with dot 1 of a 6-dot cell.
 const std::string kExample("DP\0\0\0\0\0\0\0\x1F\0\x01\x03\x02\0\0\x04" "A\0B\0" "\0A\x03\x02\0\0\0\x40\0\0", 31);
@@ -117,20 +118,68 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
     EXPECT_EQ(err.str(), root.path() + "/none.txt: cannot read: No such file or directory\n");
 }
 
-TEST(BrailleFont, FontsATableCannotSayAreRefused)
+// A font file: header with the largest glyph's size and the name, then each
+// glyph as code, height, width, three skipped bytes and its rows.
+struct FontGlyph {
+    uint16_t code;
+    int rows, positions;
+    std::string bits;
+};
+std::string fontOf(const std::u16string& name, const std::vector<FontGlyph>& glyphs)
+{
+    std::string f = "DP" + std::string(8, '\0');
+    f += {(char)(glyphs.size() >> 8), (char)glyphs.size(), 4, 8, 0, 0, (char)(name.size() * 2)};
+    for (char16_t u : name)
+        f += {(char)(u & 0xFF), (char)(u >> 8)};
+    for (const FontGlyph& g : glyphs)
+        f += std::string{(char)(g.code >> 8), (char)g.code, (char)g.rows, (char)g.positions, 0, 0, 0} + g.bits;
+    return f;
+}
+
+// Whatever the plug-in loads is dumped faithfully: glyphs of other sizes and
+// repeated codes in the size form, a name with line breaks escaped. The table
+// parses back into the same glyphs and the same name.
+TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
+{
+    const struct {
+        std::u16string name;
+        std::vector<FontGlyph> glyphs;
+        std::string table;
+    } cases[] = {
+        {u"AB", {{'A', 3, 2, "\x40\0\0"s}, {'B', 4, 2, "\x50\0\0\x10"s}, {'A', 3, 2, "\0\0\x10"s}},
+         "# name: AB\n# cell: 6\nA 1\nB 2x4 oo .. .. .o\nA 2x3 .. .. .o\n"},
+        {u"Wide", {{'x', 2, 5, "\x44\x40\x11\x00"s}, {'y', 0, 3, ""}, {'z', 2, 0, ""}, {' ', 4, 2, "\0\0\0\x50"s}},
+         "# name: Wide\n# cell: 8\nx 5x2 o.o.o .o.o.\ny 3x0\nz 0x2\nSPACE 78\n"},
+        {u"two\nlines\r\\ # x:\t", {{'A', 3, 2, "\x40\0\0"s}},
+         "# name: two\\u000Alines\\u000D\\\\ # x:\\u0009\n# cell: 6\nA 1\n"},
+        {u" edge", {{'A', 3, 2, "\x40\0\0"s}}, "# name: \\u0020edge\n# cell: 6\nA 1\n"},
+    };
+    for (const auto& c : cases) {
+        const std::string font = fontOf(c.name, c.glyphs);
+        Table t;
+        std::string problem;
+        ASSERT_TRUE(braille::readFont(font, t, problem)) << problem;
+        const std::string table = braille::formatTable(t);
+        EXPECT_EQ(table, c.table);
+        Table back = parsed(table);
+        EXPECT_EQ(back.name, t.name) << table;
+        std::string again = braille::writeFont(back);
+        Table reread;
+        ASSERT_TRUE(braille::readFont(again, reread, problem)) << problem;
+        EXPECT_EQ(braille::formatTable(reread), table) << "the rebuilt font holds the same glyphs";
+    }
+}
+
+TEST(BrailleFont, OnlyFilesThatAreNoFontAreRefused)
 {
     const std::string good = braille::writeFont(parsed("A 1\nB 12\n"));
-    // The font with byte i of its glyph records (10 bytes each, from byte 17) changed.
-    auto glyphByte = [&](size_t i, char value) { std::string f = good; f[17 + i] = value; return f; };
     const std::pair<std::string, const char*> cases[] = {
         {"PD" + good.substr(2), "does not start with \"DP\""},
         {good.substr(0, 10), "too short"},
         {good.substr(0, 10) + std::string(2, 0) + good.substr(12), "holds no glyphs"},
         {good.substr(0, good.size() - 1), "ends inside glyph 2 of 2 (U+0042)"},
         {good.substr(0, 27), "ends before glyph 2 of 2"},
-        {glyphByte(3, 5), "glyph 1 of 2 (U+0041) is 3 rows by 5 positions"},
-        {glyphByte(12, 4), "has 4 rows, unlike the glyphs before it"},
-        {glyphByte(11, 'A'), "glyph 2 of 2 (U+0041) repeats the code of glyph 1"},
+        {fontOf(u"", {{'A', 255, 255, std::string(255 * 64 - 1, 0)}}), "ends inside glyph 1 of 1"},
     };
     for (const auto& [font, expected] : cases) {
         Table t;
@@ -138,6 +187,30 @@ TEST(BrailleFont, FontsATableCannotSayAreRefused)
         EXPECT_FALSE(braille::readFont(font, t, problem)) << expected;
         EXPECT_NE(problem.find(expected), std::string::npos) << problem;
     }
+}
+
+TEST(BrailleTable, TheSizeFormAndNameEscapesAreChecked)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"A 3x2 o.o\n", "'3x2' takes 2 rows of positions, found 1"},
+        {"A 3x2 o.o .o\n", "row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
+        {"A 2x1 ox\n", "row 1 'ox' is not 2 positions"},
+        {"A 0x2 ..\n", "'0x2' takes 0 rows of positions, found 1"},
+        {"A 256x1 o\n", "expected a character and its dots, found 3 words"},
+        {"# name: a\\u12\nA 1\n", "'\\u' in the name takes four hexadecimal digits"},
+        {"# name: \\uD800\nA 1\n", "'\\uD800' in the name is half a character"},
+    };
+    for (const auto& [text, expected] : cases) {
+        Table t;
+        std::vector<braille::Problem> problems;
+        EXPECT_FALSE(braille::parseTable(text, t, problems)) << text;
+        ASSERT_FALSE(problems.empty()) << text;
+        EXPECT_NE(problems[0].what.find(expected), std::string::npos) << problems[0].what;
+    }
+    // A backslash before anything else is itself, as in names written before escapes.
+    EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
+    // The dots form stays strict about repeats; the size form may repeat a code.
+    EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
 }
 
 }  // namespace

@@ -116,15 +116,15 @@ TEST_F(PatternFile, ReadingStopsAtTheFileLimits)
          }(),
          4096},
         {[] {
-             std::string rows;  // 255 x 2000 cells a record: 33 of them pass 2^24
+             std::string rows;  // 254 x 2000 cells a record: the 34th passes 2^24
              for (int r = 0; r < 2000; ++r)
-                 rows += "#" + std::string(255, '1') + "\n";
+                 rows += "#" + std::string(254, '1') + "\n";
              std::string text = kHeader;
              for (int i = 0; i < 40; ++i)
                  text += std::to_string(i) + " 0 0\n" + rows;
              return text;
          }(),
-         33},
+         34},
     };
     DWORD before = gTotalBytesAlloc;
     for (const auto& [text, count] : cases)

@@ -14,15 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (!made || !OpenPrinterW(name, &printer, nullptr))
         return 0;
     SetPrinterDataExW(printer, CONFIG_KEY, WSTR("ControlFlags"), REG_BINARY, const_cast<BYTE*>(data), (DWORD)size);
-    DEVMODEW devmode{};
-    DEVOBJ devobj{};
-    devobj.hPrinter = printer;
-    devobj.pPublicDM = &devmode;
-    Config* config = Config_new(&devobj);
-    if (config) {
-        Config_readControlFlags(config, name);
-        Config_delete(config);
-    }
+    Config config{};
+    config.hPrinter = printer;
+    Config_setDefaults(&config);
+    Config_readControlFlags(&config, name);
     ClosePrinter(printer);
     fuzzroot::dropLog();
     return 0;

@@ -327,6 +327,8 @@ JobSpec loadJob(const std::string& path)
         doc = Json::parse(in);
     } catch (const Json::parse_error& e) {
         throw JobError(path + ": not a JSON document (at byte " + std::to_string(e.byte) + ")");
+    } catch (const Json::out_of_range&) {
+        throw JobError(path + ": a number in the job file is too large to read");  // 1e999
     }
     JobSpec job;
     job.source = path;

@@ -87,6 +87,7 @@ TEST_F(PumexFiles, OutputsThatWouldDestroySomethingAreRefused)
 TEST_F(PumexFiles, InputsThatAreNoFileOfTheirKindAreToldByName)
 {
     testkit::writeFile(root.path() + "/empty.prn", "");
+    testkit::writeFile(root.path() + "/huge.json", "{\"pages\": [1e999]}");
     const struct {
         std::string args, says;
     } cases[] = {
@@ -97,6 +98,7 @@ TEST_F(PumexFiles, InputsThatAreNoFileOfTheirKindAreToldByName)
         {"mkfont " + quoted(folder) + " -o " + quoted(root.path() + "/x.dp"), folder + ": is a directory"},
         {"mkfont --dump " + quoted(folder), folder + ": is a directory"},
         {"mkfont --dump " + quoted(root.path() + "/none.dp"), "none.dp: cannot read: No such file"},
+        {"print " + quoted(root.path() + "/huge.json"), "huge.json: a number in the job file is too large to read"},
     };
     for (const auto& c : cases) {
         Ran r = pumex(root, c.args);

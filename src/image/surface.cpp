@@ -6,6 +6,7 @@
 // into paper white. Ink pixels (5, 6, 7) are painted white as the cell is
 // read, so drawing meant for sighted readers never becomes a dot.
 #include "image.h"
+#include "image/scanline.h"
 
 #include "config/config.h"
 #include "device/xpdv.h"
@@ -16,7 +17,6 @@
 namespace {
 
 const PixelColor kWhite = {255, 255, 255};
-const PixelColor kBlack = {0, 0, 0};
 const PixelColor kNoBits = {127, 127, 127};
 
 // Brightness range of a pixel: red + green + blue.
@@ -26,23 +26,6 @@ const DWORD kBrightest = 765;
 // leave the bits.
 DWORD widthOf(const SURFOBJ* pso) { return pso->sizlBitmap.cx > 0 ? (DWORD)pso->sizlBitmap.cx : 0; }
 DWORD heightOf(const SURFOBJ* pso) { return pso->sizlBitmap.cy > 0 ? (DWORD)pso->sizlBitmap.cy : 0; }
-
-// Scan line y; lDelta is signed (bottom-up bitmaps step backwards).
-inline BYTE* scanLine(const SURFOBJ* pso, DWORD y)
-{
-    return static_cast<BYTE*>(pso->pvScan0) + (ptrdiff_t)y * (ptrdiff_t)pso->lDelta;
-}
-
-// Pixel x of a scan line, in the surface's format; formats other than 24 bpp
-// read as 1 bpp.
-inline PixelColor readPixel(const BYTE* line, DWORD x, ULONG format)
-{
-    if (format == BMF_24BPP) {
-        const BYTE* p = line + (size_t)x * 3;
-        return PixelColor{p[0], p[1], p[2]};
-    }
-    return (line[x >> 3] >> (7 - (x & 7))) & 1 ? kWhite : kBlack;
-}
 
 // The ink colour in either byte order.
 inline bool isInk(const PixelColor& c)
@@ -138,7 +121,7 @@ void getSurfacePixel(SURFOBJ* pso, DWORD x, DWORD y, PixelColor* color, DWORD he
         *color = kWhite;
         return;
     }
-    *color = readPixel(scanLine(pso, y), x, pso->iBitmapFormat);
+    *color = scanPixel(scanLine(pso, y), x, pso->iBitmapFormat);
 }
 
 // Writes one pixel in the surface's format.
@@ -146,20 +129,7 @@ void setSurfacePixel(SURFOBJ* pso, LONG x, LONG y, const PixelColor* color)
 {
     if (!pso || !pso->pvScan0 || x < 0 || y < 0 || x >= pso->sizlBitmap.cx || y >= pso->sizlBitmap.cy)
         return;
-    BYTE* line = scanLine(pso, (DWORD)y);
-    if (pso->iBitmapFormat == BMF_24BPP) {
-        BYTE* p = line + (size_t)x * 3;
-        p[0] = color->red;
-        p[1] = color->green;
-        p[2] = color->blue;
-    } else if (pso->iBitmapFormat == BMF_1BPP) {
-        // White is red and green both full; blue is not consulted.
-        BYTE bit = (BYTE)(0x80 >> (x & 7));
-        if (2 * color->red + color->green == 765)
-            line[x >> 3] |= bit;
-        else
-            line[x >> 3] &= (BYTE)~bit;
-    }
+    putScanPixel(scanLine(pso, (DWORD)y), (DWORD)x, pso->iBitmapFormat, *color);
 }
 
 // Paints the bitmap white, row by row. Only the bitmap's own pixels change:
@@ -218,7 +188,7 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         for (DWORD y = y0; y < y1; ++y) {
             const BYTE* line = scanLine(pso, y);
             for (DWORD x = x0; x < x1; ++x) {
-                PixelColor p = readPixel(line, x, format);
+                PixelColor p = scanPixel(line, x, format);
                 if (format == BMF_24BPP && isInk(p)) {
                     setSurfacePixel(pso, (LONG)x, (LONG)y, &kWhite);
                     p = kWhite;

@@ -75,6 +75,40 @@ struct CellSums {
         sc[2] += (uint64_t)bright * p.blue;
         last = p;
     }
+
+    // The count pixels of a 24-bpp scan line from p, ink painted white as it is
+    // met: the same sums as add for each, with the running totals kept in
+    // registers for the row.
+    void addRow24(BYTE* p, DWORD count)
+    {
+        uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
+        DWORD lo = minS, hi = maxS;
+        for (BYTE* end = p + (size_t)count * 3; p != end; p += 3) {
+            if (p[1] == 6 && ((p[0] == 5 && p[2] == 7) || (p[0] == 7 && p[2] == 5)))
+                p[0] = p[1] = p[2] = 255;  // ink
+            DWORD r = p[0], g = p[1], b = p[2], bright = r + g + b;
+            lo = bright < lo ? bright : lo;
+            hi = bright > hi ? bright : hi;
+            rowS += bright;
+            c0 += r;
+            c1 += g;
+            c2 += b;
+            sc0 += bright * r;
+            sc1 += bright * g;
+            sc2 += bright * b;
+        }
+        minS = lo;
+        maxS = hi;
+        n += count;
+        s += rowS;
+        c[0] += c0;
+        c[1] += c1;
+        c[2] += c2;
+        sc[0] += sc0;
+        sc[1] += sc1;
+        sc[2] += sc2;
+        last = PixelColor{p[-3], p[-2], p[-1]};
+    }
 };
 
 __extension__ typedef unsigned __int128 Wide;
@@ -100,6 +134,26 @@ PixelColor weightedMean(const CellSums& sums, uint64_t k)
             out[i] = (BYTE)(((Wide)k * light + dark) / total);
     }
     return PixelColor{out[0], out[1], out[2]};
+}
+
+// A 24-bpp cell of one colour, not ink, takes that colour: all its pixels
+// are equally bright. Paper and solid shapes are found by comparing whole
+// scan lines instead of summing pixels.
+bool uniformCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelColor* color)
+{
+    if (!pso->pvScan0 || pso->iBitmapFormat != BMF_24BPP || x1 <= x0 || y1 <= y0)
+        return false;
+    size_t bytes = (size_t)(x1 - x0) * 3;
+    const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
+    PixelColor c = {first[0], first[1], first[2]};
+    // Each pixel equal to the one before it: the line against itself one pixel on.
+    if (isInk(c) || memcmp(first, first + 3, bytes - 3) != 0)
+        return false;
+    for (DWORD y = y0 + 1; y < y1; ++y)
+        if (memcmp(scanLine(pso, y) + (size_t)x0 * 3, first, bytes) != 0)
+            return false;
+    *color = c;
+    return true;
 }
 
 }  // namespace
@@ -178,11 +232,16 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
     if (x0 > cx || x1 > cx || y1 > cy || y0 > cy)
         return;
 
+    if (uniformCell24(pso, x0, y0, x1, y1, color))
+        return;
     CellSums sums;
     if (!pso->pvScan0) {
         for (DWORD y = y0; y < y1; ++y)
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
+    } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
+        for (DWORD y = y0; y < y1; ++y)
+            sums.addRow24(scanLine(pso, y) + (size_t)x0 * 3, x1 - x0);
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {

@@ -9,6 +9,7 @@
 namespace reference {
 
 void adjustBitMap(SURFOBJ* pso, INT rf);
+void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelColor* color, DWORD factor);
 
 }  // namespace reference
 

@@ -131,6 +131,16 @@ void snapWindow(SURFOBJ* pso, int64_t left, int64_t top, int64_t rf)
     snapBox(pso, box, left, top, rf);
 }
 
+// The first pixel of a line from `from` on (up to `to`) that differs from
+// the pixel before it, one pixel at a time.
+template <typename Line>
+DWORD runEndOf(const Line& line, DWORD from, DWORD to)
+{
+    while (from < to && sameColour(line.get(from), line.get(from - 1)))
+        ++from;
+    return from;
+}
+
 // A column or a row of the surface as one line of pixels.
 struct Column {
     SURFOBJ* pso;
@@ -142,6 +152,8 @@ struct Column {
         return c;
     }
     void set(DWORD y, const PixelColor& c) const { writePixel(pso, x, y, c); }
+    // The first pixel from `from` on (up to `to`) that differs from the pixel before it.
+    DWORD runEnd(DWORD from, DWORD to) const { return runEndOf(*this, from, to); }
 };
 
 struct Row {
@@ -149,6 +161,8 @@ struct Row {
     DWORD y;
     PixelColor get(DWORD x) const { return readPixel(pso, x, y); }
     void set(DWORD x, const PixelColor& c) const { writePixel(pso, x, y, c); }
+    // The first pixel from `from` on (up to `to`) that differs from the pixel before it.
+    DWORD runEnd(DWORD from, DWORD to) const { return runEndOf(*this, from, to); }
 };
 
 template <typename Line>
@@ -212,7 +226,7 @@ struct RunScan {
             if (pos < lineLength) {
                 PixelColor c = line.get(pos);
                 if (sameColour(c, run.colour)) {
-                    ++pos;
+                    pos = line.runEnd(pos + 1, limit < lineLength ? limit + 1 : lineLength);
                     continue;
                 }
                 run.next = c;
@@ -252,7 +266,58 @@ struct SurfaceColumn {
     DWORD x;
     PixelColor get(DWORD y) const { return scanPixel(scanLine(pso, y), x, pso->iBitmapFormat); }
     void set(DWORD y, const PixelColor& c) const { putScanPixel(scanLine(pso, y), x, pso->iBitmapFormat, c); }
+    // The sweep gives a column one pixel per scan line.
+    DWORD runEnd(DWORD from, DWORD) const { return from; }
 };
+
+// Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
+const DWORD kStretch = 32;
+
+// The working memory of the column pass: a run scan per column, and per
+// stretch of kStretch columns the first scan line at or after the sweep where
+// one of its runs starts (UINT32_MAX when none does).
+struct ColumnScans {
+    RunScan<SurfaceColumn>* scans;
+    DWORD* nextStart;
+    static uint64_t bytes(DWORD cx)
+    {
+        return (uint64_t)cx * sizeof(RunScan<SurfaceColumn>) + ((uint64_t)cx / kStretch + 1) * sizeof(DWORD);
+    }
+    explicit ColumnScans(void* memory, DWORD cx)
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), nextStart(reinterpret_cast<DWORD*>(scans + cx))
+    {
+    }
+};
+
+// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
+inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
+
+// Whether pixels x0 .. x1 - 1 of scan lines y and y - 1 are byte for byte the same.
+bool sameAsLineAbove(const SURFOBJ* pso, DWORD y, DWORD x0, DWORD x1)
+{
+    ULONG format = pso->iBitmapFormat;
+    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
+    return memcmp(scanLine(pso, y) + from, scanLine(pso, y - 1) + from, to - from) == 0;
+}
+
+// One scan line of the sweep over columns x0 .. x1 - 1; returns the first
+// scan line after y where one of their runs starts.
+DWORD sweepStretch(SURFOBJ* pso, RunScan<SurfaceColumn>* scans, DWORD x0, DWORD x1, DWORD y, DWORD cy, DWORD rf)
+{
+    const BYTE* line = scanLine(pso, y);
+    ULONG format = pso->iBitmapFormat;
+    DWORD nextStart = UINT32_MAX;
+    for (DWORD x = x0; x < x1; ++x) {
+        RunScan<SurfaceColumn>& scan = scans[x];
+        if (scan.pos <= y && !sameColour(scanPixel(line, x, format), scan.run.colour)) {
+            scan.pos = y;
+            scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
+        }  // else ahead of the sweep, or one more pixel of the run
+        if (scan.run.start > y && scan.run.start < nextStart)
+            nextStart = scan.run.start;
+    }
+    return nextStart;
+}
 
 // The column pass as one sweep down the surface: every column's scan
 // advances by one pixel per scan line, so the surface is read in memory
@@ -260,28 +325,28 @@ struct SurfaceColumn {
 // and the column's scan resumes where the shift says; a scan ahead of the
 // sweep waits for it. A column's pixels from its scan's pos up to the sweep
 // are known to be of its run's colour, so that pos moves only when a run
-// ends. scans holds cx entries.
-void shiftColumns(SURFOBJ* pso, RunScan<SurfaceColumn>* scans, DWORD cx, DWORD cy, DWORD rf)
+// ends. Where a stretch of a scan line repeats the line above and none of
+// its runs starts there, every pixel continues its run: the stretch is
+// passed by one comparison of bytes.
+void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
     for (DWORD x = 0; x < cx; ++x)
-        scans[x].begin(SurfaceColumn{pso, x}, rf);
-    ULONG format = pso->iBitmapFormat;
+        work.scans[x].begin(SurfaceColumn{pso, x}, rf);
     for (DWORD y = 0; y < cy; ++y) {
-        const BYTE* line = scanLine(pso, y);
-        for (DWORD x = 0; x < cx; ++x) {
-            RunScan<SurfaceColumn>& scan = scans[x];
-            if (scan.pos > y || sameColour(scanPixel(line, x, format), scan.run.colour))
-                continue;  // ahead of the sweep, or one more pixel of the run
-            scan.pos = y;
-            scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
+        for (DWORD x0 = 0, k = 0; x0 < cx; x0 += kStretch, ++k) {
+            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+            if (y > 0 && work.nextStart[k] > y && sameAsLineAbove(pso, y, x0, x1))
+                continue;
+            work.nextStart[k] = sweepStretch(pso, work.scans, x0, x1, y, cy, rf);
         }
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
-        scans[x].pos = scans[x].pos < cy ? cy : scans[x].pos;
-        scans[x].advance(SurfaceColumn{pso, x}, cy, cy, rf);
+        RunScan<SurfaceColumn>& scan = work.scans[x];
+        scan.pos = scan.pos < cy ? cy : scan.pos;
+        scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
 }
 
@@ -291,6 +356,25 @@ struct ScanLineRow {
     ULONG format;
     PixelColor get(DWORD x) const { return scanPixel(line, x, format); }
     void set(DWORD x, const PixelColor& c) const { putScanPixel(line, x, format, c); }
+    // At 24 bpp eight bytes at a time, each against the byte one pixel
+    // before it (x86 is little-endian: the lowest set bit is the first
+    // differing byte).
+    DWORD runEnd(DWORD from, DWORD to) const
+    {
+        if (format != BMF_24BPP)
+            return runEndOf(*this, from, to);
+        size_t k = (size_t)from * 3, end = (size_t)to * 3;
+        for (uint64_t a, b; k + 8 <= end; k += 8) {
+            memcpy(&a, line + k, 8);
+            memcpy(&b, line + k - 3, 8);
+            if (a != b)
+                return (DWORD)((k + (size_t)__builtin_ctzll(a ^ b) / 8) / 3);
+        }
+        for (; k < end; ++k)
+            if (line[k] != line[k - 3])
+                return (DWORD)(k / 3);
+        return to;
+    }
 };
 
 // The row pass, one scan line at a time.
@@ -419,23 +503,21 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
 // Both run-shift passes, columns first, logging between them.
 void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
 {
-    auto* scans = rf >= 1 && writable(pso)
-                      ? static_cast<RunScan<SurfaceColumn>*>(workMemory((uint64_t)cx * sizeof(RunScan<SurfaceColumn>)))
-                      : nullptr;
+    void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx)) : nullptr;
     LogMessage("\t\n==================Shifting along y-direction... ===================\n");
-    if (scans)
-        shiftColumns(pso, scans, cx, cy, (DWORD)rf);
+    if (memory)
+        shiftColumns(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
     else if (rf >= 1)
         for (DWORD x = 0; x < cx; ++x)
             shiftLine(Column{pso, x}, cy, (DWORD)rf);
     LogMessage("\t\n=================Shifting along x-direction...=====================\n");
-    if (scans)
+    if (memory)
         shiftRows(pso, cx, cy, (DWORD)rf);
     else if (rf >= 1)
         for (DWORD y = 0; y < cy; ++y)
             shiftLine(Row{pso, y}, cx, (DWORD)rf);
-    if (scans)
-        myfree(scans);
+    if (memory)
+        myfree(memory);
 }
 
 }  // namespace

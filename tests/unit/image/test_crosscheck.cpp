@@ -63,4 +63,31 @@ TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
     }
 }
 
+// The table against getDotHeight cell by cell, over settings in and far out
+// of range, inverted or not, every dither value, and positions across the
+// dither matrix.
+TEST(CrossCheck, ToneTableMatchesGetDotHeight)
+{
+    RandomSurfaces random(7);
+    const INT extremes[] = {-100000, -101, -100, -1, 0, 1, 6, 99, 100, 101, 100000};
+    for (int round = 0; round < 3000; ++round) {
+        imagetest::ToneConfig config;
+        config->Brightness = random.below(3) ? random.below(241) - 120 : extremes[random.below(11)];
+        config->Contrast = random.below(3) ? random.below(241) - 120 : extremes[random.below(11)];
+        config->InvertColor = random.below(3);
+        config->dithering = random.below(5);
+        config->colorPattern = random.below(2) ? 0 : 2;
+        Config* settings = random.below(20) ? config.get() : nullptr;
+        ToneTable table;
+        ToneTable_init(&table, settings);
+        for (int cell = 0; cell < 64; ++cell) {
+            PixelColor c = random.colour();
+            DWORD x = (DWORD)random.below(1000), y = (DWORD)random.below(1000);
+            ASSERT_EQ(ToneTable_dotHeight(&table, x, y, &c), getDotHeight(settings, x, y, &c))
+                << "round " << round << ", colour " << c << ", brightness " << config->Brightness << ", contrast "
+                << config->Contrast;
+        }
+    }
+}
+
 }  // namespace

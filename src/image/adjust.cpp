@@ -210,12 +210,16 @@ struct RunScan {
     {
         run.colour = line.get(0);
         run.previous = run.next = run.colour;
+        cellEnd = rf;
         startRun(0, rf);
     }
     void startRun(DWORD start, DWORD rf)
     {
         run.start = start;
-        cellEnd = ((uint64_t)start / rf + 1) * rf;
+        // A run starts at or after the one before it, mostly in the same cell
+        // or the next: a division only for a jump.
+        if (start >= cellEnd)
+            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
         pos = start;
     }
     bool done(DWORD lineLength) const { return run.start >= lineLength; }

@@ -16,22 +16,31 @@ constexpr uint64_t kSlack = 64;
 
 bool inside(const TextPage* pTP, uint64_t x, uint64_t y) { return x < pTP->width && y < pTP->height; }
 
+inline uint64_t load8(const BYTE* p)
+{
+    uint64_t word;
+    memcpy(&word, p, 8);
+    return word;
+}
+
 // The largest of w bytes. Marker pages are mostly zero: eight bytes at a
-// time show a zero row before any byte is compared.
+// time, the last eight overlapping the ones before, show a zero row before
+// any byte is compared.
 BYTE rowMax(const BYTE* p, DWORD w)
 {
     uint64_t any = 0;
-    DWORD i = 0;
-    for (uint64_t word; i + 8 <= w; i += 8) {
-        memcpy(&word, p + i, 8);
-        any |= word;
+    if (w >= 8) {
+        for (DWORD i = 0; i + 8 <= w; i += 8)
+            any |= load8(p + i);
+        any |= load8(p + w - 8);
+    } else {
+        for (DWORD i = 0; i < w; ++i)
+            any |= p[i];
     }
-    for (; i < w; ++i)
-        any |= p[i];
     if (any == 0)
         return 0;
     BYTE largest = 0;
-    for (i = 0; i < w; ++i)
+    for (DWORD i = 0; i < w; ++i)
         largest = p[i] > largest ? p[i] : largest;
     return largest;
 }

@@ -3,8 +3,11 @@
 #include "reference.h"
 
 #include "image/adjust.h"
+#include "page/textpage.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -87,6 +90,33 @@ TEST(CrossCheck, ToneTableMatchesGetDotHeight)
                 << "round " << round << ", colour " << c << ", brightness " << config->Brightness << ", contrast "
                 << config->Contrast;
         }
+    }
+}
+
+// The marker maximum against the plain largest byte, on pages of sparse
+// markers, areas of every width from 1 to 40 (inside the page: an area
+// reaching outside reads 255 whatever the bytes).
+TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
+{
+    RandomSurfaces random(3);
+    for (int round = 0; round < 300; ++round) {
+        DWORD width = (DWORD)random.below(90) + 41, height = (DWORD)random.below(50) + 41;
+        TextPage* page = TextPage_new(width, height, TEXTPAGE_TYPE_ZERO);
+        ASSERT_NE(page, nullptr);
+        const BYTE values[] = {1, 2, 3, 254, 255};
+        for (int n = random.below(12); n > 0; --n)
+            TextPage_setPixel(page, (DWORD)random.below((int)width), (DWORD)random.below((int)height),
+                              values[random.below(5)]);
+        for (int area = 0; area < 200; ++area) {
+            DWORD w = (DWORD)random.below(40) + 1, h = (DWORD)random.below(40) + 1;
+            DWORD x = (DWORD)random.below((int)(width - w + 1)), y = (DWORD)random.below((int)(height - h + 1));
+            BYTE largest = 0;
+            for (DWORD j = y; j < y + h; ++j)
+                for (DWORD i = x; i < x + w; ++i)
+                    largest = std::max(largest, page->m_Image[(size_t)j * width + i]);
+            ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest) << "round " << round << ", " << w << " x " << h;
+        }
+        TextPage_delete(page);
     }
 }
 

@@ -277,18 +277,14 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
-// The working memory of the column pass: a run scan per column, and per
-// stretch of kStretch columns the first scan line at or after the sweep where
-// one of its runs starts (UINT32_MAX when none does).
+// The working memory of the column pass: a run scan per column, and the
+// colours of the columns' runs as one scan line in the surface's format.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
-    DWORD* nextStart;
-    static uint64_t bytes(DWORD cx)
-    {
-        return (uint64_t)cx * sizeof(RunScan<SurfaceColumn>) + ((uint64_t)cx / kStretch + 1) * sizeof(DWORD);
-    }
+    BYTE* runColours;
+    static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 3); }
     explicit ColumnScans(void* memory, DWORD cx)
-        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), nextStart(reinterpret_cast<DWORD*>(scans + cx))
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx))
     {
     }
 };
@@ -296,31 +292,27 @@ struct ColumnScans {
 // Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
 inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
 
-// Whether pixels x0 .. x1 - 1 of scan lines y and y - 1 are byte for byte the same.
-bool sameAsLineAbove(const SURFOBJ* pso, DWORD y, DWORD x0, DWORD x1)
+// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
+bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
 {
-    ULONG format = pso->iBitmapFormat;
     size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
-    return memcmp(scanLine(pso, y) + from, scanLine(pso, y - 1) + from, to - from) == 0;
+    return sameBytes(a + from, b + from, to - from);
 }
 
-// One scan line of the sweep over columns x0 .. x1 - 1; returns the first
-// scan line after y where one of their runs starts.
-DWORD sweepStretch(SURFOBJ* pso, RunScan<SurfaceColumn>* scans, DWORD x0, DWORD x1, DWORD y, DWORD cy, DWORD rf)
+// One scan line of the sweep over columns x0 .. x1 - 1; the colours of
+// their runs afterwards go into runColours.
+void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, DWORD cy, DWORD rf)
 {
     const BYTE* line = scanLine(pso, y);
     ULONG format = pso->iBitmapFormat;
-    DWORD nextStart = UINT32_MAX;
     for (DWORD x = x0; x < x1; ++x) {
-        RunScan<SurfaceColumn>& scan = scans[x];
+        RunScan<SurfaceColumn>& scan = work.scans[x];
         if (scan.pos <= y && !sameColour(scanPixel(line, x, format), scan.run.colour)) {
             scan.pos = y;
             scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
+            putScanPixel(work.runColours, x, format, scan.run.colour);
         }  // else ahead of the sweep, or one more pixel of the run
-        if (scan.run.start > y && scan.run.start < nextStart)
-            nextStart = scan.run.start;
     }
-    return nextStart;
 }
 
 // The column pass as one sweep down the surface: every column's scan
@@ -329,21 +321,24 @@ DWORD sweepStretch(SURFOBJ* pso, RunScan<SurfaceColumn>* scans, DWORD x0, DWORD 
 // and the column's scan resumes where the shift says; a scan ahead of the
 // sweep waits for it. A column's pixels from its scan's pos up to the sweep
 // are known to be of its run's colour, so that pos moves only when a run
-// ends. Where a stretch of a scan line repeats the line above and none of
-// its runs starts there, every pixel continues its run: the stretch is
+// ends. Where a stretch of a scan line holds exactly the colours of its
+// columns' runs, every pixel continues its run (or waits): the stretch is
 // passed by one comparison of bytes.
 void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
-    for (DWORD x = 0; x < cx; ++x)
+    ULONG format = pso->iBitmapFormat;
+    for (DWORD x = 0; x < cx; ++x) {
         work.scans[x].begin(SurfaceColumn{pso, x}, rf);
+        putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
+    }
     for (DWORD y = 0; y < cy; ++y) {
-        for (DWORD x0 = 0, k = 0; x0 < cx; x0 += kStretch, ++k) {
+        const BYTE* line = scanLine(pso, y);
+        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-            if (y > 0 && work.nextStart[k] > y && sameAsLineAbove(pso, y, x0, x1))
-                continue;
-            work.nextStart[k] = sweepStretch(pso, work.scans, x0, x1, y, cy, rf);
+            if (!sameStretch(line, work.runColours, x0, x1, format))
+                sweepStretch(pso, work, x0, x1, y, cy, rf);
         }
     }
     // The runs that reach the bottom edge end there.
@@ -396,15 +391,12 @@ inline bool markedAt(const BYTE* line, DWORD x, ULONG format) { return marked(sc
 DWORD firstMarked(const BYTE* line, DWORD x0, DWORD x1, ULONG format)
 {
     if (format == BMF_24BPP) {
-        // Eight bytes at a time over white paper, then byte by byte.
+        // Paper is passed eight bytes at a time.
         const BYTE* p = line + (size_t)x0 * 3;
-        size_t n = (size_t)(x1 - x0) * 3, i = 0;
-        for (uint64_t word; i + 8 <= n; i += 8) {
-            memcpy(&word, p + i, 8);
-            if (word != UINT64_MAX)
-                break;
-        }
-        for (; i < n; ++i)
+        size_t n = (size_t)(x1 - x0) * 3;
+        if (allWhite(p, n))
+            return x1;
+        for (size_t i = 0; i < n; ++i)
             if (p[i] != 255)
                 return x0 + (DWORD)(i / 3);
         return x1;

@@ -147,10 +147,10 @@ bool uniformCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, P
     const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
     PixelColor c = {first[0], first[1], first[2]};
     // Each pixel equal to the one before it: the line against itself one pixel on.
-    if (isInk(c) || memcmp(first, first + 3, bytes - 3) != 0)
+    if (isInk(c) || !sameBytes(first, first + 3, bytes - 3))
         return false;
     for (DWORD y = y0 + 1; y < y1; ++y)
-        if (memcmp(scanLine(pso, y) + (size_t)x0 * 3, first, bytes) != 0)
+        if (!sameBytes(scanLine(pso, y) + (size_t)x0 * 3, first, bytes))
             return false;
     *color = c;
     return true;

@@ -239,7 +239,9 @@ struct RunScan {
             run.end = pos - 1;
             run.length = pos - run.start;
             run.inFirst = (DWORD)((pos < cellEnd ? pos : cellEnd) - run.start);
-            DWORD resume = run.length > rf ? run.end + 1 : shiftRun(line, run, lineLength, rf);
+            // A run that ends within its first cell, empty or not, or one
+            // longer than a cell stays; the scan goes on at pos.
+            DWORD resume = pos <= cellEnd || run.length > rf ? pos : shiftRun(line, run, lineLength, rf);
             run.previous = run.colour;
             run.colour = run.next;
             startRun(resume, rf);
@@ -277,17 +279,55 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
-// The working memory of the column pass: a run scan per column, and the
-// colours of the columns' runs as one scan line in the surface's format.
+// The working memory of the column pass: a run scan per column, the colours
+// of the columns' runs as one scan line in the surface's format, and which
+// columns and stretches may hold a run to shift at all.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     BYTE* runColours;
-    static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 3); }
+    BYTE* columnMayShift;
+    BYTE* stretchMayShift;
+    static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1; }
     explicit ColumnScans(void* memory, DWORD cx)
-        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx))
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx)),
+          columnMayShift(runColours + (size_t)cx * 3), stretchMayShift(columnMayShift + cx)
     {
     }
 };
+
+// Whether pixels x - 1 and x of a scan line are the same colour.
+inline bool sameAsBefore(const BYTE* line, DWORD x, ULONG format)
+{
+    return sameColour(scanPixel(line, x - 1, format), scanPixel(line, x, format));
+}
+
+// A run is shifted only when it holds both pixels around a cell boundary, so
+// a line whose pixels differ across every boundary keeps all its runs. Photographs
+// are mostly such lines; paper and shapes are not, and go through the scan.
+bool rowMayShift(const BYTE* line, DWORD cx, DWORD rf, ULONG format)
+{
+    for (DWORD b = rf; b < cx; b += rf)
+        if (sameAsBefore(line, b, format))
+            return true;
+    return false;
+}
+
+// The same for every column at once, from the pairs of scan lines around
+// each cell boundary.
+void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
+{
+    ULONG format = pso->iBitmapFormat;
+    memset(work.columnMayShift, 0, cx);
+    for (DWORD b = rf; b < cy; b += rf) {
+        const BYTE* above = scanLine(pso, b - 1);
+        const BYTE* below = scanLine(pso, b);
+        for (DWORD x = 0; x < cx; ++x)
+            work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+    }
+    memset(work.stretchMayShift, 0, cx / kStretch + 1);
+    for (DWORD x = 0; x < cx; ++x)
+        work.stretchMayShift[x / kStretch] |= work.columnMayShift[x];
+}
 
 // Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
 inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
@@ -307,6 +347,8 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
     ULONG format = pso->iBitmapFormat;
     for (DWORD x = x0; x < x1; ++x) {
         RunScan<SurfaceColumn>& scan = work.scans[x];
+        if (!work.columnMayShift[x])
+            continue;
         if (scan.pos <= y && !sameColour(scanPixel(line, x, format), scan.run.colour)) {
             scan.pos = y;
             scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
@@ -323,12 +365,14 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
 // are known to be of its run's colour, so that pos moves only when a run
 // ends. Where a stretch of a scan line holds exactly the colours of its
 // columns' runs, every pixel continues its run (or waits): the stretch is
-// passed by one comparison of bytes.
+// passed by one comparison of bytes. Columns that cannot hold a run to shift
+// are left out.
 void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
     ULONG format = pso->iBitmapFormat;
+    findColumnsThatMayShift(pso, work, cx, cy, rf);
     for (DWORD x = 0; x < cx; ++x) {
         work.scans[x].begin(SurfaceColumn{pso, x}, rf);
         putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
@@ -337,13 +381,15 @@ void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
         const BYTE* line = scanLine(pso, y);
         for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-            if (!sameStretch(line, work.runColours, x0, x1, format))
+            if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
                 sweepStretch(pso, work, x0, x1, y, cy, rf);
         }
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
         RunScan<SurfaceColumn>& scan = work.scans[x];
+        if (!work.columnMayShift[x])
+            continue;
         scan.pos = scan.pos < cy ? cy : scan.pos;
         scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
@@ -381,7 +427,9 @@ void shiftRows(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
 {
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = 0; y < cy; ++y) {
-        shiftLine(ScanLineRow{scanLine(pso, y), format}, cx, rf);
+        BYTE* line = scanLine(pso, y);
+        if (rowMayShift(line, cx, rf, format))
+            shiftLine(ScanLineRow{line, format}, cx, rf);
     }
 }
 

@@ -160,6 +160,7 @@ struct Document {
 
     SURFOBJ* so() { return surface.obj(); }
     HostDevice* host() { return device->get(); }
+    SIZEL pageSize() { return {host()->page.cx, host()->page.cy}; }
     std::string pageName(size_t page) const { return job.source + ": pages[" + std::to_string(page) + "]"; }
 
     BOOL startDoc(LPWSTR name, DWORD jobId) { return table.get<PFN_DrvStartDoc>(INDEX_DrvStartDoc)(so(), name, jobId); }
@@ -173,7 +174,7 @@ struct Document {
         for (int64_t bands = 0; origin.x != -1 || origin.y != -1; ++bands) {
             if (bands > (int64_t)host()->page.cx + host()->page.cy)
                 throw HostError(pageName(page) + ": the bands never reach the end of the page");
-            replayPage(table, so(), job, page, origin, pictures);
+            replayPage(table, so(), job, page, origin, pageSize(), pictures);
             check(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(so(), &origin), host(), pageName(page) + ": next band");
         }
     }
@@ -184,7 +185,7 @@ struct Document {
         if (host()->bandHeight > 0) {
             runBands(page);
         } else {
-            replayPage(table, so(), job, page, {0, 0}, pictures);
+            replayPage(table, so(), job, page, {0, 0}, pageSize(), pictures);
             check(table.get<PFN_DrvSendPage>(INDEX_DrvSendPage)(so()), host(), pageName(page) + ": page send");
         }
         pictures.pageDone(page);

@@ -11,6 +11,7 @@
 
 #include "px/posix.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -19,6 +20,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <iostream>
 #include <memory>
 
@@ -88,7 +91,9 @@ public:
     {
         temp_ = target + ".XXXXXX";
         int fd = mkstemp(&temp_[0]);
-        if (fd < 0 || !(file_ = fdopen(fd, "wb"))) {
+        mode_t mask = umask(0);
+        umask(mask);
+        if (fd < 0 || fchmod(fd, 0666 & ~mask) != 0 || !(file_ = fdopen(fd, "wb"))) {
             if (fd >= 0)
                 close(fd);
             throw host::HostError(target + ": cannot write beside it: " + std::strerror(errno));
@@ -144,6 +149,42 @@ void movePageFile(const std::string& from, const std::string& to)
     fs::remove(from);
 }
 
+// What the driver package's programs tell the user goes to a file that is
+// shown when the job is done, with the page files under their final names.
+class Messages {
+public:
+    Messages()
+    {
+        path_ = (fs::temp_directory_path() / "pumex-messages.XXXXXX").string();
+        int fd = mkstemp(&path_[0]);
+        if (fd < 0)
+            throw host::HostError(path_ + ": cannot make the file for the printer's messages");
+        close(fd);
+        setenv("PUMEX_MESSAGES", path_.c_str(), 1);
+    }
+    ~Messages()
+    {
+        unsetenv("PUMEX_MESSAGES");
+        std::remove(path_.c_str());
+    }
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
+    void renamed(const std::string& from, const std::string& to) { renames_.emplace_back(from, to); }
+    void show() const
+    {
+        std::ifstream in(path_);
+        std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        for (const auto& [from, to] : renames_)
+            for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+                text.replace(at, from.size(), to);
+        std::cout << text;
+    }
+
+private:
+    std::string path_;
+    std::vector<std::pair<std::string, std::string>> renames_;
+};
+
 std::string programName(const Started& s)
 {
     return s.argv.empty() ? "?" : fs::path(posixPath(s.argv[0])).filename().string();
@@ -151,7 +192,7 @@ std::string programName(const Started& s)
 
 // Moves the fronts and backs the dialog program was given beside OUT and says
 // what became of every started program.
-void reportStarted(const std::vector<Started>& started, const std::string& out, bool& sides)
+void reportStarted(const std::vector<Started>& started, const std::string& out, Messages& messages, bool& sides)
 {
     for (const Started& s : started) {
         std::cout << "started:  " << programName(s);
@@ -164,6 +205,8 @@ void reportStarted(const std::vector<Started>& started, const std::string& out, 
             std::string front = sideName(out, "-front"), back = sideName(out, "-back");
             movePageFile(posixPath(s.argv[i + 1]), front);
             movePageFile(posixPath(s.argv[i + 2]), back);
+            messages.renamed(s.argv[i + 1], front);
+            messages.renamed(s.argv[i + 2], back);
             std::cout << "front:    " << front << " (" << fs::file_size(front) << " bytes)\n"
                       << "back:     " << back << " (" << fs::file_size(back) << " bytes)\n";
             sides = true;
@@ -205,6 +248,7 @@ int runPrint(const PrintOptions& o)
     try {
         host::JobSpec job = loadInput(o);
         OutputFile file(out);
+        Messages messages;
         host::Session session(o.module);
         host::RunOptions options;
         if (isatty(STDERR_FILENO))
@@ -222,13 +266,14 @@ int runPrint(const PrintOptions& o)
         bool spooled = file.close_();
         bool sides = false;
         std::cout << "pages:    " << result.pages << "\n";
-        reportStarted(started, out, sides);
+        reportStarted(started, out, messages, sides);
         if (spooled || !sides) {
             file.commit();
             std::cout << "output:   " << out << " (" << result.bytesSpooled << " bytes)\n";
         }
         std::cout << "sides:    " << (sides ? "double-sided (fronts and backs in their own files)" : "single-sided")
                   << "\n";
+        messages.show();
         return 0;
     } catch (const host::JobError& e) {
         std::cerr << "pumex print: " << e.what() << "\n";

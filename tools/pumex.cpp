@@ -16,7 +16,12 @@ int main(int argc, char** argv)
 
     std::vector<verbs::Runner> runners = {verbs::addProbe(app), verbs::addPrint(app), verbs::addInspect(app),
                                           verbs::addMkfont(app)};
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        // A bad command line exits 2, whatever kind of parse error it was.
+        return app.exit(e) == 0 ? 0 : 2;
+    }
 
     if (!root.empty() && !PxSetSystemRoot(root.c_str())) {
         std::cerr << "pumex: " << root << ": cannot use as system root\n";

@@ -1,9 +1,9 @@
 // Braille tables and the font files built from them.
 #include "braille_table.h"
+#include "input_file.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -316,15 +316,14 @@ void putBig32(std::string& out, uint32_t v)
 
 unsigned big16(const std::string& b, size_t at) { return ((uint8_t)b[at] << 8) | (uint8_t)b[at + 1]; }
 
-bool readWholeFile(const std::string& path, std::string& bytes)
+// The file at path into bytes; false after telling err why it cannot be had.
+bool readWholeFile(const std::string& path, size_t maxBytes, std::string& bytes, std::ostream& err)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    std::ostringstream s;
-    s << in.rdbuf();
-    bytes = s.str();
-    return !in.bad();
+    std::string problem;
+    if (formats::readInputFile(path, maxBytes, bytes, problem))
+        return true;
+    err << path << ": " << problem << "\n";
+    return false;
 }
 
 }  // namespace
@@ -520,13 +519,11 @@ std::string nameFromPath(const std::string& path)
     return fromUtf16(units);
 }
 
-int buildFontFile(const std::string& tablePath, const std::string& fontPath, std::ostream& err)
+int buildFont(const std::string& tablePath, std::string& font, std::ostream& err)
 {
     std::string text;
-    if (!readWholeFile(tablePath, text)) {
-        err << tablePath << ": cannot read the table\n";
+    if (!readWholeFile(tablePath, kMaxTableBytes, text, err))
         return 1;
-    }
     Table table;
     std::vector<Problem> problems;
     if (!parseTable(text, table, problems)) {
@@ -540,25 +537,15 @@ int buildFontFile(const std::string& tablePath, const std::string& fontPath, std
     }
     if (table.name.empty())
         table.name = nameFromPath(tablePath);
-    std::string bytes = writeFont(table);
-    std::ofstream out(fontPath, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), (std::streamsize)bytes.size());
-    out.close();
-    if (!out) {
-        err << fontPath << ": cannot write the font\n";
-        std::remove(fontPath.c_str());
-        return 1;
-    }
+    font = writeFont(table);
     return 0;
 }
 
 int dumpFontFile(const std::string& fontPath, std::ostream& out, std::ostream& err)
 {
     std::string bytes;
-    if (!readWholeFile(fontPath, bytes)) {
-        err << fontPath << ": cannot read the font\n";
+    if (!readWholeFile(fontPath, kMaxFontBytes, bytes, err))
         return 1;
-    }
     Table table;
     std::string problem;
     if (!readFont(bytes, table, problem)) {

@@ -84,9 +84,14 @@ Table unicodePatternsTable();
 // without folder and extension, cut to kMaxNameUnits.
 std::string nameFromPath(const std::string& path);
 
-// The work of `pumex mkfont`: messages name the file (and line) and go to err;
-// each returns the exit status, 0 or 1.
-int buildFontFile(const std::string& tablePath, const std::string& fontPath, std::ostream& err);
+// Largest table and font files read: far beyond the 65535 characters a font holds.
+constexpr size_t kMaxTableBytes = size_t(8) << 20;
+constexpr size_t kMaxFontBytes = size_t(32) << 20;
+
+// The work of `pumex mkfont`: the font built from the table file, or the
+// table of the font file. Messages name the file (and line) and go to err;
+// each returns the exit status, 0 or 1 (the input is unreadable or bad).
+int buildFont(const std::string& tablePath, std::string& font, std::ostream& err);
 int dumpFontFile(const std::string& fontPath, std::ostream& out, std::ostream& err);
 
 }  // namespace braille

@@ -36,8 +36,9 @@ bool knownDotValue(unsigned v) { return v <= 7 || v == 15 || v == 255; }
 // Reads one page at data[offset]; false (and the problem) when it is damaged.
 class PageReader {
 public:
-    PageReader(const uint8_t* data, size_t size, const DecodeOptions& options, DecodedPage& page, StreamProblem& problem)
-        : data_(data), size_(size), options_(options), page_(page), problem_(problem)
+    PageReader(const uint8_t* data, size_t size, const DecodeOptions& options, size_t keepable, DecodedPage& page,
+               StreamProblem& problem)
+        : data_(data), size_(size), options_(options), keepable_(keepable), page_(page), problem_(problem)
     {
     }
 
@@ -101,9 +102,7 @@ private:
 
         page_.columns = page_.form == BodyForm::Packed ? std::min<unsigned>(hd.width, kPackedCells) : hd.width;
         size_t cells = (size_t)page_.columns * hd.height;
-        page_.cellsKept = cells <= options_.maxKeptCells;
-        if (page_.cellsKept)
-            page_.cells.reserve(cells);
+        page_.cellsKept = cells <= keepable_;  // the cells grow as rows are read, not as the header claims
         if (page_.form == BodyForm::Encoded && (hd.width & 1u))
             return fail(page_.offset + 5, "odd page width " + std::to_string(hd.width) +
                                               " cannot be read as 16-bit words");
@@ -115,16 +114,19 @@ private:
                                                         : readPackedRow(row, y);
             if (!good)
                 return false;
-            keep(row);
+            keep(row, blank_);
         }
         reportOddValues();
         return true;
     }
 
-    void keep(const std::vector<uint8_t>& row)
+    void keep(const std::vector<uint8_t>& row, bool blank)
     {
-        for (unsigned x = 0; x < page_.columns; ++x)
-            ++page_.histogram[row[x]];
+        if (blank)
+            page_.histogram[0] += page_.columns;  // a 2-byte token costs no walk over its cells
+        else
+            for (unsigned x = 0; x < page_.columns; ++x)
+                ++page_.histogram[row[x]];
         if (page_.cellsKept)
             page_.cells.insert(page_.cells.end(), row.begin(), row.begin() + page_.columns);
     }
@@ -133,6 +135,7 @@ private:
     {
         std::string error;
         size_t at = 0;
+        blank_ = size_ - pos_ >= 2 && data_[pos_] == kTokenBlank;
         size_t used = decodeRow(data_ + pos_, size_ - pos_, row.size() / 2, row.data(), error, at);
         if (used == 0)
             return fail(pos_ + at, "row " + std::to_string(y) + ": " + error);
@@ -145,7 +148,8 @@ private:
         if (size_ - pos_ < row.size())
             return fail(size_, "row " + std::to_string(y) + ": the stream ends after " + std::to_string(size_ - pos_) +
                                    " of its " + std::to_string(row.size()) + " bytes");
-        std::memcpy(row.data(), data_ + pos_, row.size());
+        if (!row.empty())  // a page of width 0 has no row buffer at all
+            std::memcpy(row.data(), data_ + pos_, row.size());
         pos_ += row.size();
         return true;
     }
@@ -188,10 +192,12 @@ private:
     const uint8_t* data_;
     size_t size_;
     const DecodeOptions& options_;
+    size_t keepable_;  // cells the stream may still keep
     DecodedPage& page_;
     StreamProblem& problem_;
     size_t pos_ = 0;
     bool beyondReported_ = false;
+    bool blank_ = false;  // the row just read was one blank-row token
 };
 
 }  // namespace
@@ -239,7 +245,8 @@ size_t decodeRow(const uint8_t* data, size_t available, size_t words, uint8_t* o
                 return fault(pos, "impossible token C0 " + hex2(n).substr(2) + " (a blank row is C0 01)");
             if (done != 0)
                 return fault(pos, "blank-row token after " + std::to_string(done) + " words of the row");
-            std::memset(out, 0, words * 2);
+            if (words)
+                std::memset(out, 0, words * 2);
             return pos + 2;
         }
         if (kind != kTokenRun && kind != kTokenLiteral)
@@ -270,16 +277,23 @@ DecodedStream decodeStream(const uint8_t* data, size_t size, const DecodeOptions
 {
     DecodedStream stream;
     stream.bytes = size;
-    size_t offset = 0;
+    size_t offset = 0, keepable = options.maxKeptCells;
     while (offset < size) {
+        if (stream.pages.size() == options.maxPages) {
+            stream.ok = false;
+            stream.problem = {stream.pages.size() + 1, offset,
+                              "more than " + std::to_string(options.maxPages) + " pages: no document is this long"};
+            break;
+        }
         DecodedPage page;
         page.index = stream.pages.size() + 1;
         page.offset = offset;
-        PageReader reader(data, size, options, page, stream.problem);
+        PageReader reader(data, size, options, keepable, page, stream.problem);
         if (!reader.read()) {
             stream.ok = false;
             break;
         }
+        keepable -= page.cells.size();
         offset += page.size;
         stream.pages.push_back(std::move(page));
     }

@@ -74,8 +74,11 @@ struct StreamProblem {
 };
 
 struct DecodeOptions {
-    unsigned version = 3;                  // the output version the stream was made with
-    size_t maxKeptCells = size_t(64) << 20;  // larger pages are checked but their cells not kept
+    unsigned version = 3;  // the output version the stream was made with
+    // Cells kept for the whole stream: pages past it are checked but their
+    // cells not kept. Cells are kept as rows are read, never as a header claims.
+    size_t maxKeptCells = size_t(64) << 20;
+    size_t maxPages = 10000;  // more is no document: the reading stops with a problem
 };
 
 struct DecodedStream {

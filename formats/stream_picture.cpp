@@ -133,18 +133,40 @@ Rgb cellColour(unsigned value, BodyForm form)
     return kStrangeColour;
 }
 
+namespace {
+
+bool fits(const Layout& l, const PictureOptions& options)
+{
+    return l.width <= options.maxSide && l.height <= options.maxSide &&
+           (uint64_t)l.width * l.height <= options.maxPixels;
+}
+
+// The pages per row that would let the pages be drawn at one pixel a cell; 0 when none would.
+unsigned perRowThatFits(const DecodedStream& stream, const PictureOptions& options)
+{
+    for (unsigned perRow = 1; perRow <= 100; ++perRow)
+        if (fits(layOut(stream, 1, perRow), options))
+            return perRow;
+    return 0;
+}
+
+}  // namespace
+
 bool drawStream(const DecodedStream& stream, const PictureOptions& options, Picture& picture, std::string& error)
 {
     Layout l;
     unsigned scale = std::max(options.scale, 1u);
     for (;; --scale) {
         l = layOut(stream, scale, options.pagesPerRow);
-        if ((l.width <= options.maxSide && l.height <= options.maxSide) || scale == 1)
+        if (fits(l, options) || scale == 1)
             break;
     }
-    if (l.width > options.maxSide || l.height > options.maxSide) {
+    if (!fits(l, options)) {
+        unsigned perRow = perRowThatFits(stream, options);
         error = "the pages are too large to draw (" + std::to_string(l.width) + " x " + std::to_string(l.height) +
-                " pixels at one pixel a cell, at most " + std::to_string(options.maxSide) + ")";
+                " pixels at one pixel a cell, at most " + std::to_string(options.maxSide) + " a side and " +
+                std::to_string(options.maxPixels >> 20) + " Mpixels)" +
+                (perRow ? "; try --per-row " + std::to_string(perRow) : "");
         return false;
     }
     picture.width = l.width;

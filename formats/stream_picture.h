@@ -23,6 +23,7 @@ struct PictureOptions {
     unsigned scale = 4;        // pixels per cell side; lowered when the picture would be too large
     unsigned pagesPerRow = 4;
     unsigned maxSide = 16000;  // largest width or height in pixels
+    uint64_t maxPixels = uint64_t(32) << 20;  // largest picture: 96 MiB of pixels
 };
 
 // Draws the pages of a stream (all of them, or none when there are none: a

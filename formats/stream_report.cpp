@@ -111,7 +111,7 @@ std::string streamReportJson(const DecodedStream& stream, const std::string& nam
         error = {{"page", stream.problem.page}, {"offset", stream.problem.offset}, {"message", stream.problem.message}};
     nlohmann::json doc = {{"file", name}, {"bytes", stream.bytes}, {"version", version},
                           {"ok", stream.ok},  {"pages", pages},       {"error", error}};
-    return doc.dump(2) + "\n";
+    return doc.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 std::string streamProblemText(const DecodedStream& stream, const std::string& name)

@@ -11,7 +11,17 @@ namespace host {
 struct ProbeOptions {
     std::string modulePath;
     std::string printerName = "Pumex Embosser";
+    // The user's language for the paper-size and feeder names: a language id
+    // ("0x0407") or a locale name ("de_DE.UTF-8", "de-AT"); empty for the
+    // environment's (LC_ALL, LC_MESSAGES, LANG).
+    std::string language;
 };
+
+// The Windows language id of a locale name or a "0x" language id. A known
+// language in an unknown region gets its neutral sub-language, an unknown
+// language the neutral language: the string lookup then falls back as Windows
+// does. Throws HostError for text that is neither.
+unsigned short languageIdOf(const std::string& locale);
 
 // Writes the report to out. Returns 0 when every answer was as a driver
 // expects, 1 otherwise; throws HostError when the module or printer is unusable.

@@ -1,15 +1,15 @@
 // pumex inspect: reads an embosser stream back, checks every page header's
 // checksum and byte count and every row, and tells what each page holds; can
 // draw the pages as a PNG picture. A damaged stream is named on stderr with the
-// page and byte offset of the fault, and the exit status is 1; a stream that
-// cannot be read at all, or a picture that cannot be written, gives 2.
+// page and byte offset of the fault, and the exit status is 1, as for a stream
+// that cannot be read at all; a picture that cannot be written gives 2.
+#include "input_file.h"
+#include "output_file.h"
 #include "stream_png.h"
 #include "stream_report.h"
 #include "verbs.h"
 
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -26,22 +26,57 @@ struct InspectOptions {
     unsigned perRow = 4;
 };
 
-bool readWhole(const std::string& path, std::vector<uint8_t>& bytes)
+// Largest stream read: thousands of full pages, more than any document.
+constexpr size_t kMaxStreamBytes = size_t(256) << 20;
+
+// The picture of the stream into the --png file; 0, or 2 after saying why not.
+int writePicture(const formats::DecodedStream& stream, const InspectOptions& o)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return !in.bad();
+    formats::PictureOptions options;
+    options.scale = o.scale;
+    options.pagesPerRow = o.perRow;
+    formats::Picture picture;
+    std::string error;
+    if (!formats::drawStream(stream, options, picture, error))
+        error = o.png + ": " + error;
+    else
+        error = tools::writeOutputFile(o.png, [&](FILE* file) { return tools::writePng(picture, file); });
+    if (error.empty())
+        return 0;
+    std::cerr << "pumex inspect: " << error << "\n";
+    return 2;
+}
+
+// A hint for a stream that fails as read but reads whole as output version 1.
+std::string versionHint(const std::vector<uint8_t>& bytes, const InspectOptions& o)
+{
+    if (o.version == 1)
+        return {};
+    formats::DecodeOptions packed;
+    packed.version = 1;
+    formats::DecodedStream again = formats::decodeStream(bytes.data(), bytes.size(), packed);
+    return again.ok ? " (it reads whole as output version 1: try --output-version 1)" : "";
 }
 
 int runInspect(const InspectOptions& o)
 {
-    std::vector<uint8_t> bytes;
-    if (!readWhole(o.stream, bytes)) {
-        std::cerr << "pumex inspect: " << o.stream << ": cannot read the file\n";
-        return 2;
+    if (!o.png.empty()) {
+        std::string error = tools::checkOutputTarget(o.png, {o.stream});
+        if (!error.empty()) {
+            std::cerr << "pumex inspect: " << error << "\n";
+            return 2;
+        }
     }
+    std::string text, problem;
+    if (!formats::readInputFile(o.stream, kMaxStreamBytes, text, problem)) {
+        std::cerr << "pumex inspect: " << o.stream << ": " << problem << "\n";
+        return 1;
+    }
+    if (text.empty()) {
+        std::cerr << "pumex inspect: " << o.stream << ": the stream is empty\n";
+        return 1;
+    }
+    std::vector<uint8_t> bytes(text.begin(), text.end());
     formats::DecodeOptions decode;
     decode.version = o.version;
     formats::DecodedStream stream = formats::decodeStream(bytes.data(), bytes.size(), decode);
@@ -50,20 +85,12 @@ int runInspect(const InspectOptions& o)
                          : formats::streamReportText(stream, o.stream, o.version));
     int status = 0;
     if (!stream.ok) {
-        std::cerr << "pumex inspect: " << formats::streamProblemText(stream, o.stream) << "\n";
+        std::cerr << "pumex inspect: " << formats::streamProblemText(stream, o.stream) << versionHint(bytes, o)
+                  << "\n";
         status = 1;
     }
-    if (!o.png.empty()) {
-        formats::PictureOptions options;
-        options.scale = o.scale;
-        options.pagesPerRow = o.perRow;
-        formats::Picture picture;
-        std::string error;
-        if (!formats::drawStream(stream, options, picture, error) || !tools::writePng(picture, o.png, error)) {
-            std::cerr << "pumex inspect: " << (error.rfind(o.png, 0) == 0 ? "" : o.png + ": ") << error << "\n";
-            return 2;
-        }
-    }
+    if (!o.png.empty() && writePicture(stream, o) != 0)
+        return 2;
     return status;
 }
 

@@ -7,9 +7,9 @@
 //
 // The table form is described in host/braille_table.h.
 #include "braille_table.h"
+#include "output_file.h"
 #include "verbs.h"
 
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -35,16 +35,25 @@ int writeText(const std::string& path, const std::string& text)
 {
     if (path.empty()) {
         std::cout << text;
-        return std::cout ? 0 : 1;
+        return std::cout.flush() ? 0 : 2;
     }
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.close();
-    if (!out) {
-        std::cerr << "pumex mkfont: " << path << ": cannot write\n";
-        return 1;
+    std::string error = tools::writeOutputFile(path, text);
+    if (!error.empty()) {
+        std::cerr << "pumex mkfont: " << error << "\n";
+        return 2;
     }
     return 0;
+}
+
+// Refuses an output that cannot be written or is the input, before reading anything.
+bool outputUsable(const MkfontOptions& o)
+{
+    if (o.output.empty())
+        return true;
+    std::string error = tools::checkOutputTarget(o.output, {o.input});
+    if (!error.empty())
+        std::cerr << "pumex mkfont: " << error << "\n";
+    return error.empty();
 }
 
 int runMkfont(const MkfontOptions& o)
@@ -64,16 +73,22 @@ int runMkfont(const MkfontOptions& o)
         std::cerr << "pumex mkfont: name a table (or a font with --dump)\n";
         return 2;
     }
-    if (o.dump) {
-        std::ostringstream text;
-        int status = braille::dumpFontFile(o.input, text, std::cerr);
-        return status != 0 ? status : writeText(o.output, text.str());
-    }
-    if (o.output.empty()) {
+    if (!o.dump && o.output.empty()) {
         std::cerr << "pumex mkfont: name the font file to write with -o FONT\n";
         return 2;
     }
-    return braille::buildFontFile(o.input, o.output, std::cerr);
+    if (!outputUsable(o))
+        return 2;
+    std::string result;
+    int status = 0;
+    if (o.dump) {
+        std::ostringstream text;
+        status = braille::dumpFontFile(o.input, text, std::cerr);
+        result = text.str();
+    } else {
+        status = braille::buildFont(o.input, result, std::cerr);
+    }
+    return status != 0 ? status : writeText(o.output, result);
 }
 
 }  // namespace

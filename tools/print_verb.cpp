@@ -7,6 +7,7 @@
 // exit status 1 for a bad job or picture, 2 for a bad command line, module,
 // printer or system root.
 #include "job_runner.h"
+#include "output_file.h"
 #include "verbs.h"
 
 #include "px/posix.h"
@@ -84,6 +85,50 @@ std::string posixPath(const std::string& windowsPath)
     return PxMapPath(windowsPath.c_str(), mapped, sizeof mapped) ? mapped : windowsPath;
 }
 
+mode_t currentUmask()
+{
+    mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+// What the driver package's programs tell the user during the job: they write
+// it to the file PUMEX_MESSAGES names, and the job shows it when it is done.
+class Messages {
+public:
+    Messages()
+    {
+        path_ = (fs::temp_directory_path() / "pumex-messages.XXXXXX").string();
+        int fd = mkstemp(&path_[0]);
+        if (fd < 0) {
+            path_.clear();
+            return;
+        }
+        close(fd);
+        setenv("PUMEX_MESSAGES", path_.c_str(), 1);
+    }
+    ~Messages()
+    {
+        if (!path_.empty())
+            std::remove(path_.c_str());
+    }
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
+    // Everything written so far, with each page file named as it is now.
+    std::string text(const std::vector<std::pair<std::string, std::string>>& renamed) const
+    {
+        std::ifstream in(path_);
+        std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        for (const auto& [from, to] : renamed)
+            for (size_t at; (at = text.find(from)) != std::string::npos;)
+                text.replace(at, from.size(), to);
+        return text;
+    }
+
+private:
+    std::string path_;
+};
+
 // The output stream, written to a temporary file beside its target.
 class OutputFile {
 public:
@@ -91,9 +136,9 @@ public:
     {
         temp_ = target + ".XXXXXX";
         int fd = mkstemp(&temp_[0]);
-        mode_t mask = umask(0);
-        umask(mask);
-        if (fd < 0 || fchmod(fd, 0666 & ~mask) != 0 || !(file_ = fdopen(fd, "wb"))) {
+        if (fd >= 0)
+            fchmod(fd, 0666 & ~currentUmask());  // as any new file, not mkstemp's 0600
+        if (fd < 0 || !(file_ = fdopen(fd, "wb"))) {
             if (fd >= 0)
                 close(fd);
             throw host::HostError(target + ": cannot write beside it: " + std::strerror(errno));
@@ -149,42 +194,6 @@ void movePageFile(const std::string& from, const std::string& to)
     fs::remove(from);
 }
 
-// What the driver package's programs tell the user goes to a file that is
-// shown when the job is done, with the page files under their final names.
-class Messages {
-public:
-    Messages()
-    {
-        path_ = (fs::temp_directory_path() / "pumex-messages.XXXXXX").string();
-        int fd = mkstemp(&path_[0]);
-        if (fd < 0)
-            throw host::HostError(path_ + ": cannot make the file for the printer's messages");
-        close(fd);
-        setenv("PUMEX_MESSAGES", path_.c_str(), 1);
-    }
-    ~Messages()
-    {
-        unsetenv("PUMEX_MESSAGES");
-        std::remove(path_.c_str());
-    }
-    Messages(const Messages&) = delete;
-    Messages& operator=(const Messages&) = delete;
-    void renamed(const std::string& from, const std::string& to) { renames_.emplace_back(from, to); }
-    void show() const
-    {
-        std::ifstream in(path_);
-        std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        for (const auto& [from, to] : renames_)
-            for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-                text.replace(at, from.size(), to);
-        std::cout << text;
-    }
-
-private:
-    std::string path_;
-    std::vector<std::pair<std::string, std::string>> renames_;
-};
-
 std::string programName(const Started& s)
 {
     return s.argv.empty() ? "?" : fs::path(posixPath(s.argv[0])).filename().string();
@@ -192,7 +201,8 @@ std::string programName(const Started& s)
 
 // Moves the fronts and backs the dialog program was given beside OUT and says
 // what became of every started program.
-void reportStarted(const std::vector<Started>& started, const std::string& out, Messages& messages, bool& sides)
+void reportStarted(const std::vector<Started>& started, const std::string& out, bool& sides,
+                   std::vector<std::pair<std::string, std::string>>& renamed)
 {
     for (const Started& s : started) {
         std::cout << "started:  " << programName(s);
@@ -205,8 +215,8 @@ void reportStarted(const std::vector<Started>& started, const std::string& out, 
             std::string front = sideName(out, "-front"), back = sideName(out, "-back");
             movePageFile(posixPath(s.argv[i + 1]), front);
             movePageFile(posixPath(s.argv[i + 2]), back);
-            messages.renamed(s.argv[i + 1], front);
-            messages.renamed(s.argv[i + 2], back);
+            renamed.emplace_back(s.argv[i + 1], front);
+            renamed.emplace_back(s.argv[i + 2], back);
             std::cout << "front:    " << front << " (" << fs::file_size(front) << " bytes)\n"
                       << "back:     " << back << " (" << fs::file_size(back) << " bytes)\n";
             sides = true;
@@ -247,6 +257,15 @@ int runPrint(const PrintOptions& o)
     std::string out = o.out.empty() ? defaultOut(o.input) : o.out;
     try {
         host::JobSpec job = loadInput(o);
+        // Nothing is touched when OUT (or a page file named after it) is a
+        // folder, a device, unwritable, or the job itself.
+        for (const std::string& target : {out, sideName(out, "-front"), sideName(out, "-back")}) {
+            std::string problem = tools::checkOutputTarget(target, {o.input});
+            if (!problem.empty()) {
+                std::cerr << "pumex print: " << problem << "\n";
+                return 2;
+            }
+        }
         OutputFile file(out);
         Messages messages;
         host::Session session(o.module);
@@ -265,15 +284,18 @@ int runPrint(const PrintOptions& o)
         std::vector<Started> started = waitForStarted();
         bool spooled = file.close_();
         bool sides = false;
+        std::vector<std::pair<std::string, std::string>> renamed;
         std::cout << "pages:    " << result.pages << "\n";
-        reportStarted(started, out, messages, sides);
+        reportStarted(started, out, sides, renamed);
         if (spooled || !sides) {
             file.commit();
             std::cout << "output:   " << out << " (" << result.bytesSpooled << " bytes)\n";
         }
         std::cout << "sides:    " << (sides ? "double-sided (fronts and backs in their own files)" : "single-sided")
                   << "\n";
-        messages.show();
+        std::string said = messages.text(renamed);
+        if (!said.empty())
+            std::cout << "\n" << said;
         return 0;
     } catch (const host::JobError& e) {
         std::cerr << "pumex print: " << e.what() << "\n";

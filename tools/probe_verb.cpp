@@ -21,6 +21,9 @@ Runner addProbe(CLI::App& app)
     CLI::App* cmd = app.add_subcommand("probe", "load the plug-in as the driver does and show its answers");
     cmd->add_option("--module", options->modulePath, "plug-in module to load (default: $PUMEX_MODULE or the built one)");
     cmd->add_option("--printer", options->printerName, "printer to enable a device for");
+    cmd->add_option("--lang", options->language,
+                    "language of the paper-size and feeder names: a locale name or a language id such as 0x0407 "
+                    "(default: the environment's)");
     return [cmd, options]() -> int {
         if (!cmd->parsed())
             return -1;

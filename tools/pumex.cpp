@@ -16,11 +16,12 @@ int main(int argc, char** argv)
 
     std::vector<verbs::Runner> runners = {verbs::addProbe(app), verbs::addPrint(app), verbs::addInspect(app),
                                           verbs::addMkfont(app)};
+    app.footer("Exit status: 0 done; 1 an input file is unreadable or bad; 2 the command line or the\n"
+               "environment is wrong (an output that cannot be written, a missing printer or module).");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        // A bad command line exits 2, whatever kind of parse error it was.
-        return app.exit(e) == 0 ? 0 : 2;
+        return app.exit(e) == 0 ? 0 : 2;  // --help is no error
     }
 
     if (!root.empty() && !PxSetSystemRoot(root.c_str())) {

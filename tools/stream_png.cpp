@@ -3,9 +3,7 @@
 
 #include <png.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <vector>
 
 namespace tools {
@@ -54,26 +52,12 @@ bool writeRows(FILE* file, const formats::Picture& picture, std::string& message
 
 }  // namespace
 
-bool writePng(const formats::Picture& picture, const std::string& path, std::string& error)
+std::string writePng(const formats::Picture& picture, FILE* file)
 {
-    if (picture.width == 0 || picture.height == 0) {
-        error = path + ": nothing to draw";
-        return false;
-    }
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file) {
-        error = path + ": cannot write: " + std::strerror(errno);
-        return false;
-    }
     std::string message;
-    bool good = writeRows(file, picture, message);
-    if (std::fclose(file) != 0 && good) {
-        good = false;
-        message = std::strerror(errno);
-    }
-    if (!good)
-        error = path + ": cannot write the picture" + (message.empty() ? "" : ": " + message);
-    return good;
+    if (!writeRows(file, picture, message))
+        return message.empty() ? "libpng failed" : message;
+    return {};
 }
 
 }  // namespace tools

@@ -3,11 +3,12 @@
 
 #include "stream_picture.h"
 
+#include <cstdio>
 #include <string>
 
 namespace tools {
 
-// False with a message naming the file when it cannot be written.
-bool writePng(const formats::Picture& picture, const std::string& path, std::string& error);
+// Writes the picture into file; "" or why libpng gave up.
+std::string writePng(const formats::Picture& picture, FILE* file);
 
 }  // namespace tools

@@ -1,6 +1,7 @@
 // Wide text helpers and the one formatter the log and command lines use.
 #include "win32.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -176,7 +177,7 @@ struct Sink {
     }
     void putRepeat(char c, int n)
     {
-        for (int i = 0; i < n; ++i)
+        for (int i = 0; i < n && len < cap; ++i)  // a huge width costs no more than the buffer
             put(c);
     }
     void putBytes(const char* s, size_t n)
@@ -194,6 +195,9 @@ struct Sink {
     }
 };
 
+// Widths and precisions past this are taken as this: no buffer is that large.
+constexpr int kMaxWidth = 100000;
+
 struct FieldFormat {
     bool left = false, zero = false, alt = false, plus = false, space = false;
     int width = 0;
@@ -203,7 +207,7 @@ struct FieldFormat {
 size_t utf8Length(const char* s, int precision)
 {
     size_t n = 0;
-    while (s[n] && (precision < 0 || n < (size_t)precision))
+    while ((precision < 0 || n < (size_t)precision) && s[n])  // text of exactly precision units needs no end
         ++n;
     return n;
 }
@@ -229,7 +233,7 @@ void putWide(Sink& out, const FieldFormat& field, const WCHAR* s)
     }
     // Width and precision count UTF-16 code units, as on Windows.
     size_t units = 0;
-    while (s[units] && (field.precision < 0 || units < (size_t)field.precision))
+    while ((field.precision < 0 || units < (size_t)field.precision) && s[units])
         ++units;
     int pad = field.width > (int)units ? field.width - (int)units : 0;
     if (!field.left)
@@ -237,7 +241,9 @@ void putWide(Sink& out, const FieldFormat& field, const WCHAR* s)
     const WCHAR* end = s + units;
     while (s < end) {
         char enc[4];
-        out.putChar(enc, utf8Encode(utf16Next(s), enc));
+        // A pair cut by the precision is half a character: its second unit lies beyond the text.
+        uint32_t cp = (s + 1 == end && *s >= 0xD800 && *s <= 0xDBFF) ? (++s, (uint32_t)'?') : utf16Next(s);
+        out.putChar(enc, utf8Encode(cp, enc));
     }
     if (field.left)
         out.putRepeat(' ', pad);
@@ -269,8 +275,8 @@ void putInteger(Sink& out, const FieldFormat& field, uint64_t magnitude, bool ne
     if (field.alt && !zeroValue && base == 16) {
         prefix[np++] = '0';
         prefix[np++] = upper ? 'X' : 'x';
-    } else if (field.alt && base == 8 && precisionZeros == 0 && !zeroValue) {
-        precisionZeros = 1;
+    } else if (field.alt && base == 8 && precisionZeros == 0 && (n == 0 || tmp[n - 1] != '0')) {
+        precisionZeros = 1;  // the alternate octal form always starts with 0, even for %#.0o of 0
     }
 
     int body = np + precisionZeros + n;
@@ -322,14 +328,13 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
                 break;
         }
         if (*p == '*') {
-            field.width = va_arg(args, int);
-            if (field.width < 0) {
-                field.left = true;
-                field.width = -field.width;
-            }
+            int width = va_arg(args, int);
+            field.left = field.left || width < 0;
+            // INT_MIN has no positive; any width past the limit pads no further.
+            field.width = width < 0 ? (width < -kMaxWidth ? kMaxWidth : -width) : std::min(width, kMaxWidth);
             ++p;
         } else {
-            while (*p >= '0' && *p <= '9' && field.width < 100000)
+            while (*p >= '0' && *p <= '9' && field.width < kMaxWidth)
                 field.width = field.width * 10 + (*p++ - '0');
             while (*p >= '0' && *p <= '9')
                 ++p;
@@ -338,10 +343,11 @@ size_t px_vformat(char* buf, size_t count, const char* fmt, va_list ap)
             ++p;
             field.precision = 0;
             if (*p == '*') {
-                field.precision = va_arg(args, int);
+                int precision = va_arg(args, int);
+                field.precision = precision < 0 ? -1 : std::min(precision, kMaxWidth);  // negative: none given
                 ++p;
             } else {
-                while (*p >= '0' && *p <= '9' && field.precision < 100000)
+                while (*p >= '0' && *p <= '9' && field.precision < kMaxWidth)
                     field.precision = field.precision * 10 + (*p++ - '0');
                 while (*p >= '0' && *p <= '9')
                     ++p;

@@ -81,13 +81,24 @@ std::string checkObject(const PrinterDoc& obj, const std::string& path, const Me
     return {};
 }
 
-// The registry cannot hold two names that differ only in case; neither can a file.
+// The registry cannot hold two names that differ only in case; neither can a
+// file. Sorted by folded name, so a key of thousands of values stays cheap.
 std::string checkDistinctNames(const PrinterDoc& obj, const std::string& path)
 {
-    for (auto a = obj.begin(); a != obj.end(); ++a)
-        for (auto b = std::next(a); b != obj.end(); ++b)
-            if (px::sameName(a.key(), b.key()))
-                return at(path, "names " + inQuotes(a.key()) + " and " + inQuotes(b.key()) + " differ only in case");
+    std::vector<std::pair<std::string, const std::string*>> folded;
+    folded.reserve(obj.size());
+    for (auto it = obj.begin(); it != obj.end(); ++it) {
+        std::string lower = it.key();
+        for (char& c : lower)
+            c = (c >= 'A' && c <= 'Z') ? (char)(c + 32) : c;
+        folded.emplace_back(std::move(lower), &it.key());
+    }
+    std::stable_sort(folded.begin(), folded.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (size_t i = 1; i < folded.size(); ++i)
+        if (folded[i - 1].first == folded[i].first)
+            return at(path, "names " + inQuotes(*folded[i - 1].second) + " and " + inQuotes(*folded[i].second) +
+                                " differ only in case");
     return {};
 }
 
@@ -150,6 +161,8 @@ std::string checkTyped(const PrinterDoc& v, const std::string& path)
     if (!problem.empty())
         return problem;
     const PrinterDoc& value = v.at("value");
+    if (value.is_null() && typeOf(v.at("type")) != REG_NONE)
+        return {};  // a value of that type holding no bytes
     switch (typeOf(v.at("type"))) {
     case REG_DWORD:
         if (!integerIn(value, INT32_MIN, UINT32_MAX))
@@ -284,29 +297,54 @@ int readWhole(const std::string& path, std::string& text)
     return 0;
 }
 
-// Parses text, refusing a key written twice in one object (the parser would keep one silently).
-// Returns "" or the parser's message with its position.
+// Limits no printer file reaches: its deepest value is five levels down
+// (data, key, value, "value", "hex"), and a key holds tens of values.
+constexpr size_t kMaxDepth = 8;
+constexpr size_t kMaxMembers = 4096;
+
+// Thrown by the parse callback to stop at a limit.
+struct PastLimit {
+    std::string what;
+};
+
+// Parses text, refusing a key written twice in one object (the parser would
+// keep one silently) and anything past the limits. Returns "" or the parser's
+// message with its position and the last key read.
 std::string parse(const std::string& text, PrinterDoc& doc)
 {
     std::vector<std::set<std::string>> open;
-    std::string duplicate;
+    size_t depth = 0;
+    std::string duplicate, lastKey;
     auto watch = [&](int, PrinterDoc::parse_event_t event, PrinterDoc& parsed) {
         using E = PrinterDoc::parse_event_t;
-        if (event == E::object_start)
-            open.emplace_back();
-        else if (event == E::object_end && !open.empty())
-            open.pop_back();
-        else if (event == E::key && !open.empty() && !open.back().insert(parsed.get<std::string>()).second &&
-                 duplicate.empty())
-            duplicate = parsed.get<std::string>();
+        if (event == E::object_start || event == E::array_start) {
+            if (++depth > kMaxDepth)
+                throw PastLimit{"values nested more than " + std::to_string(kMaxDepth) + " deep"};
+            if (event == E::object_start)
+                open.emplace_back();
+        } else if (event == E::object_end || event == E::array_end) {
+            --depth;
+            if (event == E::object_end && !open.empty())
+                open.pop_back();
+        } else if (event == E::key && !open.empty()) {
+            lastKey = parsed.get<std::string>();
+            if (!open.back().insert(lastKey).second && duplicate.empty())
+                duplicate = lastKey;
+            if (open.back().size() > kMaxMembers)
+                throw PastLimit{"more than " + std::to_string(kMaxMembers) + " members in one object"};
+        }
         return true;
     };
     try {
         doc = PrinterDoc::parse(text, watch);
-    } catch (const nlohmann::json::parse_error& e) {
+    } catch (const PastLimit& e) {
+        return e.what + (lastKey.empty() ? "" : " (at key " + inQuotes(lastKey) + ")");
+    } catch (const nlohmann::json::exception& e) {
+        // A syntax error, or a number too large for any type (1e999).
         std::string what = e.what();
         size_t end = what.find("] ");
-        return end == std::string::npos ? what : what.substr(end + 2);
+        what = end == std::string::npos ? what : what.substr(end + 2);
+        return what + (lastKey.empty() ? "" : " (after key " + inQuotes(lastKey) + ")");
     }
     if (!duplicate.empty())
         return "key " + inQuotes(duplicate) + " appears twice in one object";
@@ -555,6 +593,8 @@ PrinterValue decodePrinterValue(const PrinterDoc& typed)
     }
     const PrinterDoc& value = typed.at("value");
     out.type = typeOf(typed.at("type"));
+    if (value.is_null())
+        return out;
     switch (out.type) {
     case REG_DWORD: {
         uint32_t n = value.is_number_unsigned() ? (uint32_t)value.get<uint64_t>() : (uint32_t)value.get<int64_t>();
@@ -581,8 +621,12 @@ DWORD encodePrinterValue(DWORD type, const BYTE* data, DWORD size, PrinterDoc& t
 {
     if (!data && size)
         return ERROR_INVALID_PARAMETER;
-    PrinterDoc value;
-    switch (type) {
+    PrinterDoc value;  // null: no bytes, as the registry keeps a value set to zero bytes
+    switch (size || type == REG_BINARY ? type : REG_NONE) {
+    case REG_NONE:
+        if (!nameOfType(type))
+            return ERROR_NOT_SUPPORTED;
+        break;
     case REG_DWORD:
         if (size != 4)
             return ERROR_INVALID_PARAMETER;

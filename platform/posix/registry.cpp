@@ -4,6 +4,8 @@
 #include "printer_file.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <memory>
 #include <new>
 
 namespace {
@@ -63,6 +65,30 @@ LSTATUS copyValue(const std::u16string* name, const px::PrinterValue& value, LPW
     return ERROR_SUCCESS;
 }
 
+// Opens the FontList key of the printer a path names: a snapshot of the file's "fontList".
+LSTATUS openFontList(const std::string& path, PHKEY result)
+{
+    std::string printer;
+    if (!fontListPrinter(path, printer))
+        return ERROR_FILE_NOT_FOUND;
+    px::PrinterDoc doc;
+    std::string problem;
+    px::PrinterLoad load = px::loadPrinterFile(px::printerFilePath(printer), doc, problem);
+    if (load != px::PrinterLoad::Ok) {
+        if (load != px::PrinterLoad::Missing)  // say why a printer that is there cannot be read
+            std::fprintf(stderr, "pumex platform: %s\n", problem.c_str());
+        return ERROR_FILE_NOT_FOUND;
+    }
+    auto key = std::make_unique<RegistryKey>();
+    key->kind = px::HandleKind::RegistryKey;
+    if (doc.contains("fontList"))
+        for (auto& item : doc["fontList"].items())
+            key->values.emplace_back(wide(item.key()), px::decodePrinterValue(item.value()));
+    px::registerHandle(key.get());
+    *result = reinterpret_cast<HKEY>(static_cast<px::HandleHeader*>(key.release()));
+    return ERROR_SUCCESS;
+}
+
 }  // namespace
 
 LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, REGSAM, PHKEY phkResult)
@@ -72,23 +98,13 @@ LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, REGSAM, PHKEY phkResul
     *phkResult = nullptr;
     if (hKey != HKEY_LOCAL_MACHINE || !lpSubKey)
         return ERROR_FILE_NOT_FOUND;
-    std::string printer;
-    if (!fontListPrinter(px::narrow(lpSubKey), printer))
-        return ERROR_FILE_NOT_FOUND;
-    px::PrinterDoc doc;
-    std::string problem;
-    if (px::loadPrinterFile(px::printerFilePath(printer), doc, problem) != px::PrinterLoad::Ok)
-        return ERROR_FILE_NOT_FOUND;
-    auto* key = new (std::nothrow) RegistryKey();
-    if (!key)
+    try {
+        return openFontList(px::narrow(lpSubKey), phkResult);
+    } catch (const std::bad_alloc&) {
         return ERROR_NOT_ENOUGH_MEMORY;
-    key->kind = px::HandleKind::RegistryKey;
-    if (doc.contains("fontList"))
-        for (auto& item : doc["fontList"].items())
-            key->values.emplace_back(wide(item.key()), px::decodePrinterValue(item.value()));
-    px::registerHandle(key);
-    *phkResult = reinterpret_cast<HKEY>(static_cast<px::HandleHeader*>(key));
-    return ERROR_SUCCESS;
+    } catch (...) {
+        return ERROR_INVALID_DATA;  // no C++ exception leaves a Windows call
+    }
 }
 
 LSTATUS RegQueryInfoKeyW(HKEY hKey, LPWSTR, LPDWORD lpcchClass, LPDWORD, LPDWORD lpcSubKeys,

@@ -21,8 +21,10 @@ int sysOpen(const char* path, int flags, mode_t mode) { return ::open(path, flag
 const PxSyscalls kRealSyscalls = {sysOpen, ::write, ::read, ::close, ::mkdir, ::rename, ::calloc};
 PxSyscalls gSyscalls = kRealSyscalls;
 
-std::mutex gRootLock;
-std::string gRoot;  // empty until chosen
+// Never destroyed: the plug-in logs through the root while the process exits,
+// after static objects of this library may already be gone.
+std::mutex& gRootLock = *new std::mutex;
+std::string& gRoot = *new std::string;  // empty until chosen
 
 // Folders every Windows system has and the plug-in expects to exist.
 const char* const kStandardFolders[] = {

@@ -2,12 +2,16 @@
 //
 // A printer handle remembers only the printer's name: every call reads the
 // file again, because another process (a second job, the `pumex` command)
-// may have changed the printer since. Return values and last errors are the
-// ones Windows documents for each call.
+// may have changed the printer's data since. The paper list and the forms are
+// the exception: on Windows they come from the installed driver and never
+// change under a running process, and callers rely on that (a count, then a
+// buffer of that count filled), so each process reads them once. Return values
+// and last errors are the ones Windows documents for each call.
 #include "printer_file.h"
 
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -32,6 +36,51 @@ struct PrinterHandle : px::HandleHeader {
 
 PrinterHandle* printerOf(HANDLE h) { return px::handleAs<PrinterHandle>(h, px::HandleKind::Printer); }
 
+// The printer's papers or forms as the file lists them; empty when it lists none.
+PrinterDoc listOf(const PrinterDoc& doc, const char* key)
+{
+    auto it = doc.find(key);
+    return it == doc.end() ? PrinterDoc::array() : *it;
+}
+
+// A printer's papers and forms as this process first read them.
+struct PaperLists {
+    PrinterDoc papers;
+    PrinterDoc forms;
+};
+using PaperListsPtr = std::shared_ptr<const PaperLists>;
+
+// The lists kept for each printer file, by path. Never destroyed: a call made
+// while the process exits still finds them.
+std::mutex& paperListsLock()
+{
+    static auto* lock = new std::mutex;
+    return *lock;
+}
+std::map<std::string, PaperListsPtr>& paperListsByPath()
+{
+    static auto* lists = new std::map<std::string, PaperListsPtr>;
+    return *lists;
+}
+
+// The lists of the printer whose file at path reads as doc: those kept since
+// the first read, or doc's, kept from now on.
+PaperListsPtr paperListsOf(const std::string& path, const PrinterDoc& doc)
+{
+    std::lock_guard<std::mutex> guard(paperListsLock());
+    PaperListsPtr& lists = paperListsByPath()[path];
+    if (!lists)
+        lists = std::make_shared<const PaperLists>(PaperLists{listOf(doc, "papers"), listOf(doc, "forms")});
+    return lists;
+}
+
+// A printer whose file is gone is deleted; one made again under its name starts afresh.
+void forgetPaperLists(const std::string& path)
+{
+    std::lock_guard<std::mutex> guard(paperListsLock());
+    paperListsByPath().erase(path);
+}
+
 void complain(const std::string& message) { std::fprintf(stderr, "pumex platform: %s\n", message.c_str()); }
 
 // Reports a problem with an open printer's file once, not at every call that meets it.
@@ -50,7 +99,10 @@ DWORD readPrinter(PrinterHandle* p, px::PrinterDoc& doc)
     std::string problem;
     switch (px::loadPrinterFile(px::printerFilePath(p->name), doc, problem)) {
     case px::PrinterLoad::Ok: return ERROR_SUCCESS;
-    case px::PrinterLoad::Missing: complainOnce(p, problem); return ERROR_INVALID_PRINTER_NAME;
+    case px::PrinterLoad::Missing:
+        forgetPaperLists(px::printerFilePath(p->name));
+        complainOnce(p, problem);
+        return ERROR_INVALID_PRINTER_NAME;
     case px::PrinterLoad::Unreadable: complainOnce(p, problem); return ERROR_READ_FAULT;
     case px::PrinterLoad::Invalid: complainOnce(p, problem); return ERROR_INVALID_DATA;
     }
@@ -134,20 +186,12 @@ BOOL fillRecord(Record& record, const std::vector<StringField>& strings, LPBYTE 
     return TRUE;
 }
 
-// The printer's papers and forms as the file lists them; empty when it lists none.
-const PrinterDoc& listOf(const PrinterDoc& doc, const char* key)
-{
-    static const PrinterDoc kNone = PrinterDoc::array();
-    auto it = doc.find(key);
-    return it == doc.end() ? kNone : *it;
-}
-
 // The device mode a printer starts jobs with. The printer file keeps none of
 // its own, so it is the driver's default: portrait, 100 dpi both ways, on the
 // first paper the printer lists. A printer that lists no paper leaves the
 // paper out of dmFields, and whoever reads the device mode falls back to its
 // own default paper.
-DEVMODEW defaultDevMode(const PrinterDoc& doc)
+DEVMODEW defaultDevMode(const PrinterDoc& doc, const PrinterDoc& papers)
 {
     DEVMODEW dm{};
     std::u16string name = wide(doc.at("name").get<std::string>());
@@ -159,7 +203,6 @@ DEVMODEW defaultDevMode(const PrinterDoc& doc)
     dm.dmCopies = 1;
     dm.dmPrintQuality = kDefaultDpi;
     dm.dmYResolution = kDefaultDpi;
-    const PrinterDoc& papers = listOf(doc, "papers");
     if (!papers.empty()) {
         dm.dmFields |= DM_PAPERSIZE;
         dm.dmPaperSize = papers[0].at("id").get<short>();
@@ -308,7 +351,8 @@ BOOL GetPrinterW(HANDLE hPrinter, DWORD Level, LPBYTE pPrinter, DWORD cbBuf, LPD
         PRINTER_INFO_2W info{};
         info.Attributes = kPrinterAttributeLocal;
         info.Priority = 1;
-        DevModeField devMode{&info.pDevMode, defaultDevMode(doc)};
+        PaperListsPtr lists = paperListsOf(px::printerFilePath(p->name), doc);
+        DevModeField devMode{&info.pDevMode, defaultDevMode(doc, lists->papers)};
         return fillRecord(info,
                           {{&info.pPrinterName, wide(name)},
                            {&info.pShareName, u""},
@@ -366,7 +410,7 @@ BOOL GetFormW(HANDLE hPrinter, LPWSTR pFormName, DWORD Level, LPBYTE pForm, DWOR
             return px::fail(rc, FALSE);
         // Form names compare without case, as the spooler's forms database does.
         std::string wanted = px::narrow(pFormName);
-        for (const PrinterDoc& form : listOf(doc, "forms")) {
+        for (const PrinterDoc& form : paperListsOf(px::printerFilePath(p->name), doc)->forms) {
             std::string name = form.at("name").get<std::string>();
             if (!px::sameName(name, wanted))
                 continue;
@@ -425,15 +469,18 @@ INT DeviceCapabilitiesW(LPCWSTR pDevice, LPCWSTR, WORD fwCapability, LPWSTR pOut
             return px::fail(ERROR_INVALID_PRINTER_NAME, -1);
         px::PrinterDoc doc;
         std::string problem;
-        px::PrinterLoad load = px::loadPrinterFile(px::printerFilePath(name), doc, problem);
-        if (load != px::PrinterLoad::Ok) {
-            if (load != px::PrinterLoad::Missing)
-                complain(problem);
+        std::string path = px::printerFilePath(name);
+        px::PrinterLoad load = px::loadPrinterFile(path, doc, problem);
+        if (load == px::PrinterLoad::Missing)
+            forgetPaperLists(path);
+        else if (load != px::PrinterLoad::Ok)
+            complain(problem);
+        if (load != px::PrinterLoad::Ok)
             return px::fail(ERROR_INVALID_PRINTER_NAME, -1);
-        }
         if (!cap)
             return px::fail(ERROR_NOT_SUPPORTED, -1);
-        const PrinterDoc& papers = listOf(doc, "papers");
+        PaperListsPtr lists = paperListsOf(path, doc);
+        const PrinterDoc& papers = lists->papers;
         if (pOutput) {
             BYTE* out = reinterpret_cast<BYTE*>(pOutput);
             for (const PrinterDoc& paper : papers) {

@@ -207,6 +207,7 @@ LONG Config_readControlFlags(Config* config, LPCWSTR printerName)
     }
     DWORD size = needed;
     rc = GetPrinterDataExW(printer, CONFIG_KEY, kControlFlags, &type, (LPBYTE)text, size, &needed);
+    LogMessage("Config_readControlFlags(): %d=GetPrinterDataEx(), dwNeeded=%d\n", rc, needed);
     if (rc != ERROR_SUCCESS) {
         // Changed between the two reads: leave it for the next document.
         myfree(text);
@@ -214,7 +215,6 @@ LONG Config_readControlFlags(Config* config, LPCWSTR printerName)
         return (LONG)GetLastError();
     }
     text[needed < size ? needed : size] = 0;
-    LogMessage("Config_readControlFlags(): 0=GetPrinterDataEx(), dwNeeded=%d\n", needed);
 
     rc = SetPrinterDataExW(printer, CONFIG_KEY, kControlFlags, type, (LPBYTE)text, 0);
     if (rc != ERROR_SUCCESS) {

@@ -15,9 +15,8 @@
 
 namespace {
 
-// Pages in a stream file, counted by walking the page headers' byte counts;
-// -1 when the file cannot be read or a page gives no size.
-long countPages(const std::string& file)
+// Pages in a stream file of the printer; -1 when it cannot be read or decoded.
+long countPages(const std::string& file, const std::string& printer)
 {
     char mapped[4096];
     if (!PxMapPath(file.c_str(), mapped, sizeof mapped))
@@ -26,16 +25,10 @@ long countPages(const std::string& file)
     if (!in)
         return -1;
     std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    long pages = 0;
-    for (size_t at = 0; at < bytes.size(); ++pages) {
-        if (bytes.size() - at < formats::kPageHeaderBytes)
-            return -1;
-        formats::PageHeader h = formats::parsePageHeader(&bytes[at]);
-        if (h.byteCount < formats::kPageHeaderBytes || h.byteCount > bytes.size() - at)
-            return -1;
-        at += h.byteCount;
-    }
-    return pages;
+    formats::DecodeOptions options;
+    options.version = package::outputVersion(printer);
+    formats::DecodedStream stream = formats::decodeStream(bytes.data(), bytes.size(), options);
+    return stream.ok ? (long)stream.pages.size() : -1;
 }
 
 std::string pagesText(long pages)
@@ -49,10 +42,10 @@ void explainDoubleSided(const std::string& printer, const std::string& front, co
 {
     std::ostringstream m;
     m << printer << ": this document is embossed on both sides of the paper, in two passes.\n"
-      << "  1. Emboss the front sides first: " << front << " (" << pagesText(countPages(front)) << ").\n"
+      << "  1. Emboss the front sides first: " << front << " (" << pagesText(countPages(front, printer)) << ").\n"
       << "  2. Take the embossed stack out as it lies, turn it over along its long edge so that the blank\n"
       << "     sides face up and the first page is on top again, and put it back in the feeder.\n"
-      << "  3. Emboss the back sides: " << back << " (" << pagesText(countPages(back)) << ").\n";
+      << "  3. Emboss the back sides: " << back << " (" << pagesText(countPages(back, printer)) << ").\n";
     package::tellUser(m.str());
 }
 

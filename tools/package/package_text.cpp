@@ -33,4 +33,20 @@ void tellUser(const std::string& message)
         std::fclose(out);
 }
 
+unsigned outputVersion(const std::string& printer)
+{
+    std::u16string name = package::wide(printer);
+    HANDLE h = nullptr;
+    DWORD version = 3, type = 0, needed = 0;
+    if (!printer.empty() && OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &h, nullptr)) {
+        DWORD value = 0;
+        if (GetPrinterDataExW(h, WSTR("Config"), WSTR("OutputVersion"), &type, (LPBYTE)&value, sizeof value,
+                              &needed) == ERROR_SUCCESS &&
+            needed == sizeof value)
+            version = value;
+        ClosePrinter(h);
+    }
+    return version;
+}
+
 }  // namespace package

@@ -17,4 +17,7 @@ std::u16string wide(const std::string& text);
 // terminal the job runs on, else to standard error.
 void tellUser(const std::string& message);
 
+// The output version the printer writes its streams in (3 when it says none).
+unsigned outputVersion(const std::string& printer);
+
 }  // namespace package

@@ -6,6 +6,7 @@
 // picture could not be handled, 2 for a bad command line.
 #include "package_text.h"
 #include "stream_picture.h"
+#include "output_file.h"
 #include "stream_png.h"
 
 #include <cstdlib>
@@ -19,23 +20,6 @@
 extern char** environ;
 
 namespace {
-
-// The output version the printer writes its streams in (3 when it says none).
-unsigned outputVersion(const std::string& printer)
-{
-    std::u16string name = package::wide(printer);
-    HANDLE h = nullptr;
-    DWORD version = 3, type = 0, needed = 0;
-    if (!printer.empty() && OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &h, nullptr)) {
-        DWORD value = 0;
-        if (GetPrinterDataExW(h, WSTR("Config"), WSTR("OutputVersion"), &type, (LPBYTE)&value, sizeof value,
-                              &needed) == ERROR_SUCCESS &&
-            needed == sizeof value)
-            version = value;
-        ClosePrinter(h);
-    }
-    return version;
-}
 
 bool haveDisplay() { return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"); }
 
@@ -70,7 +54,7 @@ int main(int argc, char** argv)
         return fail(std::string(stream) + ": cannot be read");
     std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     formats::DecodeOptions decode;
-    decode.version = outputVersion(printer);
+    decode.version = package::outputVersion(printer);
     formats::DecodedStream pages = formats::decodeStream(bytes.data(), bytes.size(), decode);
     if (!pages.ok)
         return fail(std::string(stream) + ": page " + std::to_string(pages.problem.page) + ", byte " +
@@ -78,7 +62,10 @@ int main(int argc, char** argv)
     formats::Picture picture;
     std::string error;
     std::string png = std::string(stream) + ".png";
-    if (!formats::drawStream(pages, formats::PictureOptions(), picture, error) || !tools::writePng(picture, png, error))
+    if (!formats::drawStream(pages, formats::PictureOptions(), picture, error))
+        return fail(png + ": " + error);
+    error = tools::writeOutputFile(png, [&](FILE* file) { return tools::writePng(picture, file); });
+    if (!error.empty())
         return fail(error);
     if (haveDisplay() && openOnDesktop(png))
         return 0;

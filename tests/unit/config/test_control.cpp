@@ -1,6 +1,8 @@
 // The one-shot control string: the parser's rules and the read-and-erase cycle.
 #include "config_fixture.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +11,8 @@
 #include <vector>
 
 namespace {
+
+using namespace std::string_literals;
 
 Config defaults()
 {
@@ -161,7 +165,51 @@ TEST_F(ControlFlags, TextValuesAreErasedAndNotApplied)
     EXPECT_EQ(read(c), -2);
     EXPECT_EQ(c->Brightness, 6);
     Config_delete(c);
-    EXPECT_EQ(controlFlagsJson(), "\"ControlFlags\": { \"type\": \"sz\", \"value\": \"\" }");
+    EXPECT_EQ(controlFlagsJson(), "\"ControlFlags\": { \"type\": \"sz\", \"value\": null }");
+}
+
+// Erased, a value of any type holds no bytes, so the next document finds
+// nothing to read and rewrites nothing.
+TEST_F(ControlFlags, ErasedValuesOfEveryTypeReadBackAsNoBytes)
+{
+    for (const char* type : {"sz", "expand_sz", "dword", "binary"}) {
+        makePrinter(withVersion("\"ControlFlags\": {\"type\": \""s + type + "\", \"value\": " +
+                                (type == "dword"s ? "7" : "\"X=1\"") + "}"));
+        Config* c = newConfig();
+        read(c);
+        Config_delete(c);
+        DWORD kind = 0, needed = 99;
+        EXPECT_EQ(GetPrinterDataExW(printer, WSTR("Config"), WSTR("ControlFlags"), &kind, nullptr, 0, &needed),
+                  (DWORD)ERROR_SUCCESS) << type;
+        EXPECT_EQ(needed, 0u) << type;
+        const std::string before = testkit::readFile(root.path() + "/printers/Embosser.json");
+        c = newConfig();
+        read(c);
+        Config_delete(c);
+        EXPECT_EQ(testkit::readFile(root.path() + "/printers/Embosser.json"), before) << type;
+        ClosePrinter(printer);
+        printer = nullptr;
+    }
+}
+
+// The second read failing (the file unreadable between the two) is logged as the first is.
+TEST_F(ControlFlags, BothReadsAreLoggedEvenWhenTheSecondFails)
+{
+    makePrinter(withVersion(dword("DebugLevel", 1) + ", \"ControlFlags\": {\"type\": \"binary\", \"value\": \"X=1\"}"));
+    Config* c = newConfig();
+    static int opensLeft;
+    opensLeft = 2;  // reopening the printer and the first read; the second read fails
+    PxGetSyscalls()->open = [](const char* path, int flags, mode_t mode) -> int {
+        bool printerFile = std::strstr(path, "Embosser.json") != nullptr;
+        return !printerFile || opensLeft-- > 0 ? ::open(path, flags, mode) : (errno = EACCES, -1);
+    };
+    gDebugLevel = 1;
+    read(c);
+    PxResetSyscalls();
+    Config_delete(c);
+    const std::string log = root.log();
+    EXPECT_NE(log.find("Config_readControlFlags(): 234=GetPrinterDataEx(), dwNeeded="), std::string::npos) << log;
+    EXPECT_NE(log.find("Config_readControlFlags(): 30=GetPrinterDataEx(), dwNeeded="), std::string::npos) << log;
 }
 
 TEST_F(ControlFlags, MissingValueOrPrinterAppliesNothing)

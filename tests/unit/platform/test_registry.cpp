@@ -39,6 +39,13 @@ TEST(FontListKey, ValuesComeInFileOrderWithTheirTypes)
     chars = 32, size = 4;
     EXPECT_TRUE(RegEnumValueW(key, 0, name, &chars, nullptr, nullptr, data, &size) == ERROR_MORE_DATA && size == 20);
     EXPECT_TRUE(RegCloseKey(key) == ERROR_SUCCESS && RegCloseKey(key) == ERROR_INVALID_HANDLE) << "a stale key";
+
+    // A number no type holds is a printer that cannot be read, not an exception out of the call.
+    root.writePrinter("Embosser", R"({"name": "Embosser", "driver": "Pumex Pro", "fontList": {"A": 1e999}})");
+    key = (HKEY)&key;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, (under + u"Embosser\\FontList").c_str(), 0, KEY_READ, &key),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(key, nullptr);
 }
 
 TEST(Libraries, SystemDirectoryAndLoading)

@@ -10,6 +10,12 @@
 #include <filesystem>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -66,6 +72,15 @@ Bytes fetch(Call call)
 std::string printerWith(const std::string& members)
 {
     return R"({"name": "Pumex Embosser", "driver": "Pumex Pro")" + (members.empty() ? "" : ", " + members) + "}";
+}
+
+// Values V1 to Vn of a "Config" key.
+std::string manyValues(int n)
+{
+    std::string values;
+    for (int i = 1; i <= n; ++i)
+        values += (i > 1 ? ", " : "") + "\"V"s + std::to_string(i) + R"(": {"type": "dword", "value": 0})";
+    return values;
 }
 
 // A printer file of the documented shape: a value of every type, papers and forms.
@@ -136,6 +151,17 @@ TEST_F(Spooler, ValuesReadAndWriteBackExactly)
     EXPECT_EQ(after.dump(), before.dump()) << "names, order and every other member are kept";
 }
 
+// A value set to no bytes reads back as no bytes, of the type it was set with.
+TEST_F(Spooler, ValuesOfNoBytesKeepTheirType)
+{
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_DWORD, REG_BINARY}) {
+        ASSERT_EQ(setValue(h, "Config", "Empty", type, {}), (DWORD)ERROR_SUCCESS) << type;
+        Read r = readValue(h, "Config", "Empty");
+        EXPECT_TRUE(r.rc == ERROR_SUCCESS && r.type == type && r.needed == 0) << type << " " << r.needed;
+    }
+    EXPECT_EQ(setValue(h, "Config", "Empty", REG_MULTI_SZ, {}), (DWORD)ERROR_NOT_SUPPORTED);
+}
+
 TEST_F(Spooler, ShortBuffersMissingValuesAndFailedWritesAreReported)
 {
     const std::string before = testkit::readFile(file());
@@ -185,6 +211,11 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
          R"(data.Config: names "A" and "a")"},
         {printerWith(R"("driver": "again")"), R"(key "driver" appears twice in one object)"},
         {"{\n  \"name\": \"Pumex Embosser\",\n  \"driver\": }", "parse error at line 3, column 13"},
+        {entry(R"("D": {"type": "dword", "value": 1e999})"), R"(number overflow parsing '1e999' (after key "value"))"},
+        {entry(R"("D": {"type": "binary", "value": {"hex": [[[[["00"]]]]]}})"), "values nested more than 8 deep"},
+        {entry(manyValues(4097)), R"(more than 4096 members in one object (at key "V4097"))"},
+        {entry(R"("V": {"type": "dword", "value": null}, "v": {"type": "sz", "value": null})"),
+         R"(data.Config: names "V" and "v")"},
     };
     const std::string label = "printers/Pumex Embosser.json: ";
     for (const auto& [json, expected] : cases) {
@@ -244,6 +275,46 @@ TEST_F(Spooler, PapersAreListedInFileOrderOrNotAtAll)
     const DEVMODEW& dm = *reinterpret_cast<PRINTER_INFO_2W*>(block.data())->pDevMode;
     EXPECT_TRUE(dm.dmFields == (DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION) && dm.dmPaperSize == 0);
     EXPECT_EQ(std::u16string(dm.dmDeviceName), bare.substr(0, 31)) << "the name is cut to fit";
+}
+
+// A paper list is asked for as a count, then filled into a buffer of that
+// count; an administrator renaming a longer list over the printer in between
+// must not make the fill write past the buffer: the list a process first saw
+// is the one it keeps.
+TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
+{
+    auto withPapers = [](int n) {
+        std::string papers;
+        for (int i = 1; i <= n; ++i)
+            papers += (i > 1 ? ", " : "") + R"({"id": )"s + std::to_string(i) +
+                      R"(, "name": "P", "width": 100, "length": 100})";
+        return printerWith(R"("papers": [)" + papers + "]");
+    };
+    const std::string versions[] = {withPapers(1), withPapers(64)};
+    const std::string dir = root.path() + "/printers/";
+    std::atomic<bool> done{false};
+    std::thread admin([&] {
+        for (unsigned i = 0; !done; ++i) {
+            testkit::writeFile(dir + "next.tmp", versions[i % 2]);
+            std::rename((dir + "next.tmp").c_str(), file().c_str());
+        }
+    });
+    const std::u16string device = testkit::wide(kPrinter);
+    int disagreements = 0;
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+    for (WORD what : {DC_PAPERS, DC_PAPERSIZE}) {
+        const size_t entry = what == DC_PAPERS ? sizeof(WORD) : sizeof(POINT);
+        for (int i = 0; i < 2000 && std::chrono::steady_clock::now() < until; ++i) {
+            INT count = DeviceCapabilitiesW(device.c_str(), nullptr, what, nullptr, nullptr);
+            // Exactly the size asked for, on the heap, so a write past it is caught.
+            std::unique_ptr<BYTE[]> list(new BYTE[entry * (size_t)std::max(count, 1)]);
+            INT filled = DeviceCapabilitiesW(device.c_str(), nullptr, what, reinterpret_cast<LPWSTR>(list.get()), nullptr);
+            disagreements += count < 0 || filled != count;
+        }
+    }
+    done = true;
+    admin.join();
+    EXPECT_EQ(disagreements, 0);
 }
 
 TEST_F(Spooler, GetFormFollowsTheBufferRules)

@@ -1,0 +1,122 @@
+// The files pumex reads and writes, met with what people actually hand it:
+// folders, devices, the input named again as the output, empty and endless
+// inputs. Nothing a user has is destroyed, and the status says whose fault
+// it is (1: the input, 2: the command line or the environment).
+#include "testkit.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sys/wait.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Ran {
+    int status = -1;
+    std::string out, err;
+};
+
+Ran pumex(const testkit::TempRoot& root, const std::string& args)
+{
+    std::string out = root.path() + "/stdout.txt", err = root.path() + "/stderr.txt";
+    int raw = std::system(("'" PUMEX_TEST_PUMEX "' " + args + " >'" + out + "' 2>'" + err + "'").c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, testkit::readFile(out), testkit::readFile(err)};
+}
+
+std::string quoted(const std::string& path) { return "'" + path + "'"; }
+
+class PumexFiles : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        testkit::writeFile(table, "A 1\n");
+        ASSERT_EQ(pumex(root, "mkfont " + quoted(table) + " -o " + quoted(font)).status, 0);
+        testkit::writeFile(stream, std::string("\x1B\x84\x02\x10\x00\x02\x00\x00\x00\x00\x00\x00\x00\x00\xB6\x00", 16));
+        fs::create_directory(folder);
+    }
+    // Every file of the root's top folder, so a leftover temporary file shows.
+    std::vector<std::string> files() const
+    {
+        std::vector<std::string> names;
+        for (const fs::directory_entry& e : fs::directory_iterator(root.path()))
+            names.push_back(e.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    testkit::TempRoot root;
+    const std::string table = root.path() + "/t.txt", font = root.path() + "/t.dp", stream = root.path() + "/s.prn";
+    const std::string folder = root.path() + "/folder";
+};
+
+// An output that is a folder, a device or the input itself is refused before
+// anything is read or written; what was there stays.
+TEST_F(PumexFiles, OutputsThatWouldDestroySomethingAreRefused)
+{
+    const std::string fontBytes = testkit::readFile(font), tableBytes = testkit::readFile(table);
+    const std::vector<std::string> before = files();
+    const struct {
+        std::string args, says;
+    } cases[] = {
+        {"mkfont " + quoted(table) + " -o " + quoted(folder), folder + ": is a directory"},
+        {"mkfont " + quoted(table) + " -o " + quoted(table), table + ": is the input file"},
+        {"mkfont " + quoted(table) + " -o " + quoted(root.path() + "/./t.txt"), "is the input file"},
+        {"mkfont --dump " + quoted(font) + " -o " + quoted(font), font + ": is the input file"},
+        {"mkfont " + quoted(table) + " -o /dev/null", "/dev/null: is not a regular file"},
+        {"inspect " + quoted(stream) + " --png " + quoted(stream), stream + ": is the input file"},
+        {"inspect " + quoted(stream) + " --png " + quoted(folder), folder + ": is a directory"},
+    };
+    for (const auto& c : cases) {
+        Ran r = pumex(root, c.args);
+        EXPECT_EQ(r.status, 2) << c.args;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+    EXPECT_TRUE(fs::is_directory(folder) && fs::is_empty(folder));
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    EXPECT_EQ(testkit::readFile(font), fontBytes);
+    EXPECT_EQ(testkit::readFile(table), tableBytes);
+    EXPECT_EQ(files(), before) << "no temporary file is left behind";
+}
+
+// Inputs that are no file of their kind: one line naming the file, status 1.
+TEST_F(PumexFiles, InputsThatAreNoFileOfTheirKindAreToldByName)
+{
+    testkit::writeFile(root.path() + "/empty.prn", "");
+    const struct {
+        std::string args, says;
+    } cases[] = {
+        {"inspect " + quoted(folder), folder + ": is a directory"},
+        {"inspect " + quoted(root.path() + "/none.prn"), "none.prn: cannot read: No such file or directory"},
+        {"inspect " + quoted(root.path() + "/empty.prn"), "empty.prn: the stream is empty"},
+        {"inspect /dev/zero", "/dev/zero: larger than 256 MiB"},
+        {"mkfont " + quoted(folder) + " -o " + quoted(root.path() + "/x.dp"), folder + ": is a directory"},
+        {"mkfont --dump " + quoted(folder), folder + ": is a directory"},
+        {"mkfont --dump " + quoted(root.path() + "/none.dp"), "none.dp: cannot read: No such file"},
+    };
+    for (const auto& c : cases) {
+        Ran r = pumex(root, c.args);
+        EXPECT_EQ(r.status, 1) << c.args;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+    EXPECT_FALSE(testkit::fileExists(root.path() + "/x.dp"));
+}
+
+TEST_F(PumexFiles, OutputsReplaceWholeAndReportsNameAnyFile)
+{
+    testkit::writeFile(font, "old contents");
+    EXPECT_EQ(pumex(root, "mkfont " + quoted(table) + " -o " + quoted(font)).status, 0);
+    EXPECT_EQ(testkit::readFile(font).substr(0, 2), "DP");
+    const std::string odd = root.path() + "/s\xFF.prn";  // a name that is not UTF-8
+    fs::copy_file(stream, odd);
+    Ran r = pumex(root, "inspect --json " + quoted(odd));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(nlohmann::json::accept(r.out)) << r.out;
+}
+
+}  // namespace

@@ -120,6 +120,8 @@ public:
     Device(IPrintOemUni* plugin, Printer& printer, DEVMODEW* dm, void* privateBlock, const HostDevice& shape)
         : plugin_(plugin), device_(shape)
     {
+        device_.pdevOEM = nullptr;  // a new device has no record until the plug-in makes one
+        device_.failure.clear();
         device_.hPrinter = printer.handle();
         device_.pPublicDM = dm;
         device_.pOEMDM = privateBlock;
@@ -216,7 +218,6 @@ Surface makeSurface(const JobSpec& job, PageSize page)
 void resetDevice(Document& doc, Printer& printer, DEVMODEW* dm, void* privateBlock)
 {
     auto fresh = std::make_unique<Device>(doc.plugin, printer, dm, privateBlock, *doc.host());
-    fresh->get()->failure.clear();
     HRESULT hr = doc.plugin->ResetPDEV(doc.device->get(), fresh->get());
     if (FAILED(hr))
         throw HostError("printer \"" + printer.name() + "\": the plug-in refused the device reset (" +

@@ -91,6 +91,12 @@ RECTL pathBounds(const std::vector<POINTL>& points, double width)
     return {r.left - m, r.top - m, r.right + m + 1, r.bottom + m + 1};
 }
 
+// pixman samples in 16.16 fixed point. A scale step that is an exact even
+// number of 1/65536 makes every sample position an exact product of the
+// pixel's distance from the target's corner, so a band draws the same pixels
+// as the whole page however its own origin falls.
+double exactStep(double step) { return std::max(1.0, std::round(step * 32768)) / 32768; }
+
 }  // namespace
 
 RECTL intersect(const RECTL& a, const RECTL& b)
@@ -145,8 +151,8 @@ void stretchRect(SURFOBJ* dst, const RECTL& clip, const RECTL& dstRect, const SU
     {
         Scratch s(dst, area);
         cairo_pattern_t* pattern = cairo_pattern_create_for_surface(picture);
-        double sx = (double)(srcRect.right - srcRect.left) / (dstRect.right - dstRect.left);
-        double sy = (double)(srcRect.bottom - srcRect.top) / (dstRect.bottom - dstRect.top);
+        double sx = exactStep((double)(srcRect.right - srcRect.left) / (dstRect.right - dstRect.left));
+        double sy = exactStep((double)(srcRect.bottom - srcRect.top) / (dstRect.bottom - dstRect.top));
         cairo_matrix_t m;
         cairo_matrix_init_translate(&m, srcRect.left - from.left, srcRect.top - from.top);
         cairo_matrix_scale(&m, sx, sy);

@@ -137,10 +137,11 @@ struct Replay {
 }  // namespace
 
 void replayPage(const DriverTable& table, SURFOBJ* so, const JobSpec& job, size_t page, POINTL origin,
-                PictureStore& pictures)
+                SIZEL pageSize, PictureStore& pictures)
 {
     Replay replay{table, so, origin, pictures, job, {}, {}};
-    replay.clip.rclBounds = {0, 0, so->sizlBitmap.cx, so->sizlBitmap.cy};
+    RECTL band{0, 0, so->sizlBitmap.cx, so->sizlBitmap.cy};
+    replay.clip.rclBounds = intersect(band, replay.toBand(0, 0, pageSize.cx, pageSize.cy));
     replay.clip.iDComplexity = DC_RECT;
     replay.clip.iFComplexity = 1;  // FC_RECT
     const std::vector<Op>& ops = job.pages[page].ops;

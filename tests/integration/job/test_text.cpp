@@ -3,6 +3,8 @@
 #include "job_fixture.h"
 
 #include "braille_table.h"
+#include "png_image.h"
+#include "text_job.h"
 #include "text_services.h"
 
 #include <map>
@@ -284,6 +286,100 @@ TEST_F(Text, OtherTextIsPassedOnOrDroppedAndInkNeverEmbosses)
         Cells cells = print(page(1, 200, {c.op}));
         EXPECT_EQ(keys(cells), c.passedOn ? shapeOf(c.op) : std::set<CellAt>{}) << c.name;
     }
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
+{
+    // Two copies of a page at rf 5: a heading in the mono face (computer
+    // braille) and the bundled photograph under it.
+    printerWithFonts("", bundled("computer-braille"));
+    const std::string photo = std::string(PUMEX_TEST_DATA) + "/../../data/samples/landscape-photo.png";
+    host::ImageRef picture{photo, 0, 0};
+    std::string error;
+    ASSERT_TRUE(host::readPngSize(photo, picture.width, picture.height, error)) << error;
+    host::TextOp heading = text("Mountains at dusk", "DejaVu Sans Mono", 50, 25, 25);
+    host::ImageOp image;
+    image.x = 50, image.y = 100, image.width = 600, image.height = 380;
+    host::JobSpec job = page(5, 140, {heading, image});
+    job.images.push_back(picture);
+    job.devmode.copies = 2;
+    run(job);
+
+    formats::DecodedStream decoded = formats::decodeStream(spooled.data(), spooled.size());
+    ASSERT_TRUE(decoded.ok) << decoded.problem.message;
+    ASSERT_EQ(decoded.pages.size(), 2u);
+    EXPECT_EQ(decoded.pages[0].cells, decoded.pages[1].cells);
+
+    Cells cells = cellsOf(spooled);
+    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
+                                                     "/../../data/fonts/computer-braille.txt"));
+    Cells expected = brailleCells(heading, table, 5, heading.y);
+    Cells above, photograph;
+    std::set<int> heights;
+    for (const auto& [at, value] : cells) {
+        (at.second < 20 ? above : photograph)[at] = value;
+        if (at.second >= 20)
+            heights.insert(value);
+    }
+    EXPECT_EQ(above, expected);
+    // The photograph: only graded dot heights, inside its own cells.
+    EXPECT_GE(heights.size(), 5u);
+    EXPECT_EQ(heights.count(kBrailleDot), 0u);
+    for (const auto& [at, value] : photograph) {
+        EXPECT_TRUE(at.first >= 10 && at.first < 130 && at.second >= 20 && at.second < 96)
+            << at.first << "," << at.second;
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(TextFile, LinesWrapAtSpacesAndFillPages)
+{
+    using Pages = std::vector<std::vector<std::u16string>>;
+    struct Case {
+        const char16_t* text;
+        Pages pages;  // 6 characters a line, 2 lines a page
+    } cases[] = {
+        {u"", {{}}},
+        {u"one\r\ntwo\n", {{u"one", u"two"}}},
+        {u"a bb ccc dddd", {{u"a bb", u"ccc"}, {u"dddd"}}},
+        {u"abcdefghij", {{u"abcdef", u"ghij"}}},
+        {u"x\fy\tz", {{u"x"}, {u"y z"}}},
+        {u"1\n2\n3\n\n5", {{u"1", u"2"}, {u"3", u""}, {u"5"}}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(host::layOutText(c.text, 6, 2), c.pages);
+}
+
+TEST_F(Text, ATextFilePrintsAsBraillePagesInTheFirstMappedFace)
+{
+    printerWithFonts("", bundled("computer-braille"));
+    host::ImageJobOptions options;
+    std::string letter(70 * 30, 'x');  // 70 lines' worth of one long word: pages of cut lines
+    host::JobSpec job = host::textJob("letter.txt", "Dear reader,\n" + letter, options);
+    ASSERT_GT(job.pages.size(), 1u);
+    const auto& first = std::get<host::TextOp>(job.pages[0].ops[0]);
+    EXPECT_EQ(first.face, "DejaVu Sans Mono");
+    EXPECT_EQ(first.text, "Dear reader,");
+    // Three positions a character at rf 5.
+    auto laid = host::layoutText(first, {0, 0});
+    EXPECT_EQ(laid->glyphs[1].ptl.x - laid->glyphs[0].ptl.x, 3 * 5);
+
+    run(job);
+    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
+                                                     "/../../data/fonts/computer-braille.txt"));
+    Cells firstLine;
+    for (const auto& [at, value] : cellsOf(spooled))
+        if (at.second < (unsigned)(first.y / 5 + 4))
+            firstLine[at] = value;
+    EXPECT_EQ(firstLine, brailleCells(first, table, 5, first.y));
+    EXPECT_THROW(host::textJob("bad.txt", "caf\xC3", options), host::JobError);
 }
 
 }  // namespace

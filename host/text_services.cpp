@@ -230,7 +230,9 @@ DWORD getFontUnicodeRanges(HDC hdc, LPGLYPHSET set)
     if (!font)
         return 0;
     return guarded<DWORD>(0, [&] {
+        std::unique_lock<std::mutex> lock(gMutex);
         std::vector<WCRANGE> ranges = unicodeRanges(font->face());
+        lock.unlock();
         size_t count = ranges.empty() ? 1 : ranges.size();
         DWORD size = (DWORD)(offsetof(GLYPHSET, ranges) + count * sizeof(WCRANGE));
         if (!set)

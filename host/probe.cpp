@@ -173,12 +173,14 @@ int runProbe(const ProbeOptions& options, std::ostream& out)
     std::string log = logPath();
     std::streamoff logStart = fileSize(log);
 
+    // The plug-in holds the helper interface until the module is released, so
+    // it must outlive the module, also when a missing printer ends the probe early.
+    DriverUni uni([](const BYTE*, DWORD) { return true; });
     PluginModule module(options.modulePath);
     IPrintOemUni* plugin = module.plugin();
     out << "module:    " << module.path() << "\n";
     printNames(options.language.empty() ? environmentLocale() : options.language, out);
 
-    DriverUni uni([](const BYTE*, DWORD) { return true; });
     HRESULT hr = plugin->PublishDriverInterface(&uni);
     out << "publish driver interface: " << hresultText(hr) << "\n";
 

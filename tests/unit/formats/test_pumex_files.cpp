@@ -120,3 +120,36 @@ TEST_F(PumexFiles, OutputsReplaceWholeAndReportsNameAnyFile)
 }
 
 }  // namespace
+
+namespace {
+
+// The environment is wrong, not an input: a printer that is not there. The
+// probe ends with one line and no use of the released plug-in (sanitizers).
+TEST_F(PumexFiles, AProbeOfAMissingPrinterEndsCleanly)
+{
+    Ran r = pumex(root, "--root " + quoted(root.path()) + " probe --printer Nobody");
+    EXPECT_EQ(r.status, 2) << r.err;
+    EXPECT_NE(r.err.find("printer \"Nobody\": not found"), std::string::npos) << r.err;
+}
+
+// A job is refused before it runs when its output would destroy something.
+TEST_F(PumexFiles, PrintRefusesOutputsThatWouldDestroySomething)
+{
+    const std::string job = root.path() + "/job.json";
+    testkit::writeFile(job, "{\"pages\": [{\"ops\": []}]}");
+    const struct {
+        std::string out, says;
+    } cases[] = {
+        {folder, "is a directory"},
+        {job, "is the input file"},
+        {"/dev/null", "not a regular file"},
+    };
+    for (const auto& c : cases) {
+        Ran r = pumex(root, "print " + quoted(job) + " -o " + quoted(c.out));
+        EXPECT_EQ(r.status, 2) << c.out;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(testkit::readFile(job), "{\"pages\": [{\"ops\": []}]}");
+}
+
+}  // namespace

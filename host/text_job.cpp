@@ -2,6 +2,7 @@
 
 #include "page_geometry.h"
 #include "plugin_module.h"
+#include "px/posix.h"
 #include "pxtext.h"
 #include "text_services.h"
 #include "win32.h"
@@ -78,6 +79,11 @@ std::string firstBrailleFace(const std::string& printer)
     std::u16string name(printer.size() + 1, u'\0');
     name.resize(px_utf8_to_wide(reinterpret_cast<WCHAR*>(&name[0]), name.size(), printer.c_str()));
     key += name + u"\\FontList";
+    HANDLE handle = nullptr;
+    if (!OpenPrinterW(reinterpret_cast<LPWSTR>(&name[0]), &handle, nullptr))
+        throw HostError("printer \"" + printer + "\": not found in " + PxGetSystemRoot() +
+                        "/printers (or its file is invalid)");
+    ClosePrinter(handle);
     HKEY hkey = nullptr;
     WCHAR face[256] = {};
     DWORD chars = 256;

@@ -10,6 +10,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -99,8 +100,12 @@ std::vector<uint8_t> makeIfi(FT_Face face)
 // name it does not have to one it has. Empty when nothing matches.
 std::pair<std::string, int> matchFace(const std::string& name)
 {
+    // Fontconfig's configuration and caches live until the process ends, and
+    // are handed back then, so leak checkers see only what we keep.
+    static bool initialised = FcInit() && std::atexit(FcFini) == 0;
+    (void)initialised;
     std::pair<std::string, int> found{"", 0};
-    FcPattern* pattern = FcNameParse(reinterpret_cast<const FcChar8*>(""));
+    FcPattern* pattern = FcPatternCreate();
     FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(name.c_str()));
     FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
     FcDefaultSubstitute(pattern);

@@ -203,4 +203,34 @@ void fillPolygon(SURFOBJ* dst, const RECTL& clip, const std::vector<POINTL>& poi
     cairo_fill(cr);
 }
 
+// Cairo's 1-bit masks pack pixels into 32-bit words, first pixel in the
+// least significant bit on this (little-endian) machine; GDI's glyph rows are
+// bytes, first pixel in the most significant bit.
+void drawGlyphBits(SURFOBJ* dst, const RECTL& clip, POINTL at, const GLYPHBITS* bits, Rgb color)
+{
+    LONG cx = bits->sizlBitmap.cx, cy = bits->sizlBitmap.cy;
+    RECTL place{at.x + bits->ptlOrigin.x, at.y + bits->ptlOrigin.y, 0, 0};
+    place.right = place.left + cx;
+    place.bottom = place.top + cy;
+    RECTL area = intersect(intersect(clip, boundsOf(dst)), place);
+    if (isEmpty(area))
+        return;
+    cairo_surface_t* mask = cairo_image_surface_create(CAIRO_FORMAT_A1, cx, cy);
+    cairo_surface_flush(mask);
+    unsigned char* data = cairo_image_surface_get_data(mask);
+    int stride = cairo_image_surface_get_stride(mask);
+    LONG rowBytes = (cx + 7) / 8;
+    for (LONG y = 0; y < cy; ++y) {
+        auto* row = reinterpret_cast<uint32_t*>(data + (ptrdiff_t)y * stride);
+        for (LONG x = 0; x < cx; ++x)
+            if (bits->aj[y * rowBytes + x / 8] & (0x80 >> (x % 8)))
+                row[x / 32] |= 1u << (x % 32);
+    }
+    cairo_surface_mark_dirty(mask);
+    Scratch s(dst, area);
+    setColor(s.cr(), color);
+    cairo_mask_surface(s.cr(), mask, place.left, place.top);
+    cairo_surface_destroy(mask);
+}
+
 }  // namespace host

@@ -10,6 +10,7 @@
 #include "page_replay.h"
 #include "pxtext.h"
 #include "surface.h"
+#include "text_services.h"
 
 #include <vector>
 
@@ -88,6 +89,7 @@ struct Session::State {
 
 Session::Session(const std::string& modulePath) : state_(std::make_unique<State>(modulePath))
 {
+    registerTextServices();
     IPrintOemUni* plugin = state_->module.plugin();
     HRESULT hr = plugin->PublishDriverInterface(&state_->uni);
     DWORD signature = 0, needed = 0;

@@ -59,10 +59,6 @@ TEST(PrintVerb, BadInputExitsOneWithOneLineAndLeavesNoOutput)
          "job.json: pages[0].ops[0].image: " + dir.path("missing.png") + ": No such file or directory", 1},
         {R"({"pages": [{"ops": []}], "pagez": []})", "job.json: pagez: unknown key", 1},
         {R"({"pages": []})", "job.json: pages: the job has no pages", 1},
-        // Found only while the document runs, after the plug-in has begun it.
-        {R"({"pages": [{"ops": [{"rect": [0, 0, 9, 9]}]}, {"ops": [{"text": "Hi", "face": "DejaVu Sans",
-             "x": 10, "y": 10, "size": 12}]}]})",
-         "job.json: pages[1].ops[0]: text operations are not supported yet", 1},
         {R"({"printer": "Nobody", "pages": [{"ops": []}]})", "printer \"Nobody\": not found in", 2},
         {"", "not.png: not a readable PNG picture", 1},
     };

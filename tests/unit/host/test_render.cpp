@@ -142,16 +142,8 @@ TEST(Render, BandsReplayedAtTheirOriginsGiveThePagePixels)
     }
 }
 
-TEST(Render, WhatTheHostCannotDrawIsAnErrorNamingTheOperation)
+TEST(Render, WhatTheHostCannotDrawIsAnErrorNamingTheCall)
 {
-    host::JobSpec job = onePage({host::RectOp{0, 0, 4, 4, {}}, host::TextOp{"Hi", "DejaVu Sans", 1, 2, 12, {}, false, false, false}});
-    try {
-        drawBand(job, 0, {0, 0}, 64, 64);
-        ADD_FAILURE() << "text was drawn";
-    } catch (const host::JobError& e) {
-        EXPECT_STREQ(e.what(), "job.json: pages[0].ops[1]: text operations are not supported yet");
-    }
-
     // Calls the plug-in could forward that the host does not carry out.
     host::Surface surface(8, 8, host::SurfaceFormat::Rgb24);
     host::HostDevice device;
@@ -168,9 +160,6 @@ TEST(Render, WhatTheHostCannotDrawIsAnErrorNamingTheOperation)
         {table.get<PFN_DrvPlgBlt>(INDEX_DrvPlgBlt)(surface.obj(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                    nullptr, nullptr, nullptr, 0),
          "parallelogram transfers are not supported"},
-        {table.get<PFN_DrvTextOut>(INDEX_DrvTextOut)(surface.obj(), nullptr, nullptr, nullptr, nullptr, nullptr,
-                                                     nullptr, nullptr, nullptr, 0),
-         "text output is not supported yet"},
         {table.get<PFN_DrvGradientFill>(INDEX_DrvGradientFill)(surface.obj(), nullptr, nullptr, nullptr, 0, nullptr, 0,
                                                                nullptr, nullptr, 0),
          "gradient fills are not supported"},

@@ -76,11 +76,32 @@ struct CellSums {
         last = p;
     }
 
+    // count pixels of one colour at once.
+    void addCopies(const PixelColor& p, DWORD count)
+    {
+        DWORD bright = (DWORD)p.red + p.green + p.blue;
+        minS = bright < minS ? bright : minS;
+        maxS = bright > maxS ? bright : maxS;
+        n += count;
+        s += (uint64_t)bright * count;
+        const BYTE component[3] = {p.red, p.green, p.blue};
+        for (int i = 0; i < 3; ++i) {
+            c[i] += (uint64_t)component[i] * count;
+            sc[i] += (uint64_t)bright * component[i] * count;
+        }
+        last = p;
+    }
+
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
     // met: the same sums as add for each, with the running totals kept in
     // registers for the row.
     void addRow24(BYTE* p, DWORD count)
     {
+        PixelColor first = {p[0], p[1], p[2]};
+        if (count > 1 && !isInk(first) && sameBytes(p, p + 3, (size_t)(count - 1) * 3)) {
+            addCopies(first, count);  // a row of one colour: a line, a shape, paper
+            return;
+        }
         uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
         DWORD lo = minS, hi = maxS;
         for (BYTE* end = p + (size_t)count * 3; p != end; p += 3) {

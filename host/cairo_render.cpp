@@ -91,6 +91,12 @@ RECTL pathBounds(const std::vector<POINTL>& points, double width)
     return {r.left - m, r.top - m, r.right + m + 1, r.bottom + m + 1};
 }
 
+// pixman samples in 16.16 fixed point. A scale step that is an exact even
+// number of 1/65536 makes every sample position an exact product of the
+// pixel's distance from the target's corner, so a band draws the same pixels
+// as the whole page however its own origin falls.
+double exactStep(double step) { return std::max(1.0, std::round(step * 32768)) / 32768; }
+
 }  // namespace
 
 RECTL intersect(const RECTL& a, const RECTL& b)
@@ -145,8 +151,8 @@ void stretchRect(SURFOBJ* dst, const RECTL& clip, const RECTL& dstRect, const SU
     {
         Scratch s(dst, area);
         cairo_pattern_t* pattern = cairo_pattern_create_for_surface(picture);
-        double sx = (double)(srcRect.right - srcRect.left) / (dstRect.right - dstRect.left);
-        double sy = (double)(srcRect.bottom - srcRect.top) / (dstRect.bottom - dstRect.top);
+        double sx = exactStep((double)(srcRect.right - srcRect.left) / (dstRect.right - dstRect.left));
+        double sy = exactStep((double)(srcRect.bottom - srcRect.top) / (dstRect.bottom - dstRect.top));
         cairo_matrix_t m;
         cairo_matrix_init_translate(&m, srcRect.left - from.left, srcRect.top - from.top);
         cairo_matrix_scale(&m, sx, sy);
@@ -195,6 +201,36 @@ void fillPolygon(SURFOBJ* dst, const RECTL& clip, const std::vector<POINTL>& poi
     cairo_set_fill_rule(cr, winding ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
     setColor(cr, color);
     cairo_fill(cr);
+}
+
+// Cairo's 1-bit masks pack pixels into 32-bit words, first pixel in the
+// least significant bit on this (little-endian) machine; GDI's glyph rows are
+// bytes, first pixel in the most significant bit.
+void drawGlyphBits(SURFOBJ* dst, const RECTL& clip, POINTL at, const GLYPHBITS* bits, Rgb color)
+{
+    LONG cx = bits->sizlBitmap.cx, cy = bits->sizlBitmap.cy;
+    RECTL place{at.x + bits->ptlOrigin.x, at.y + bits->ptlOrigin.y, 0, 0};
+    place.right = place.left + cx;
+    place.bottom = place.top + cy;
+    RECTL area = intersect(intersect(clip, boundsOf(dst)), place);
+    if (isEmpty(area))
+        return;
+    cairo_surface_t* mask = cairo_image_surface_create(CAIRO_FORMAT_A1, cx, cy);
+    cairo_surface_flush(mask);
+    unsigned char* data = cairo_image_surface_get_data(mask);
+    int stride = cairo_image_surface_get_stride(mask);
+    LONG rowBytes = (cx + 7) / 8;
+    for (LONG y = 0; y < cy; ++y) {
+        auto* row = reinterpret_cast<uint32_t*>(data + (ptrdiff_t)y * stride);
+        for (LONG x = 0; x < cx; ++x)
+            if (bits->aj[y * rowBytes + x / 8] & (0x80 >> (x % 8)))
+                row[x / 32] |= 1u << (x % 32);
+    }
+    cairo_surface_mark_dirty(mask);
+    Scratch s(dst, area);
+    setColor(s.cr(), color);
+    cairo_mask_surface(s.cr(), mask, place.left, place.top);
+    cairo_surface_destroy(mask);
 }
 
 }  // namespace host

@@ -28,5 +28,8 @@ void stretchRect(SURFOBJ* dst, const RECTL& clip, const RECTL& dstRect, const SU
 void strokePolyline(SURFOBJ* dst, const RECTL& clip, const std::vector<POINTL>& points, double width, Rgb color);
 // The polygon's inside, by the winding rule or else alternate (even-odd).
 void fillPolygon(SURFOBJ* dst, const RECTL& clip, const std::vector<POINTL>& points, bool winding, Rgb color);
+// A 1-bpp glyph bitmap (set bits drawn, clear bits left) whose origin is at
+// `at`, pixel for pixel.
+void drawGlyphBits(SURFOBJ* dst, const RECTL& clip, POINTL at, const GLYPHBITS* bits, Rgb color);
 
 }  // namespace host

@@ -1,5 +1,7 @@
 #include "driver_functions.h"
 
+#include "text_services.h"
+
 #include "cairo_render.h"
 #include "surface.h"
 
@@ -197,10 +199,12 @@ BOOL APIENTRY hostLineTo(SURFOBJ* so, CLIPOBJ* pco, BRUSHOBJ* pbo, LONG x1, LONG
     return TRUE;
 }
 
-BOOL APIENTRY hostTextOut(SURFOBJ* so, STROBJ*, FONTOBJ*, CLIPOBJ*, RECTL*, RECTL*, BRUSHOBJ*, BRUSHOBJ*, POINTL*,
-                          MIX)
+BOOL APIENTRY hostTextOut(SURFOBJ* so, STROBJ* pstro, FONTOBJ* pfo, CLIPOBJ* pco, RECTL*, RECTL*, BRUSHOBJ* pbo,
+                          BRUSHOBJ*, POINTL*, MIX)
 {
-    return refuse(so, "text output is not supported yet");
+    if (!drawTextRun(so, pstro, pfo, pco, colorOf(pbo)))
+        return refuse(so, "text without a surface, a run or a font of the host's");
+    return TRUE;
 }
 
 BOOL APIENTRY hostPlgBlt(SURFOBJ* so, SURFOBJ*, SURFOBJ*, CLIPOBJ*, XLATEOBJ*, COLORADJUSTMENT*, POINTL*, POINTFIX*,

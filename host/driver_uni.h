@@ -8,10 +8,13 @@
 
 namespace host {
 
-class DriverUni final : public IPrintOemDriverUni {
+class DriverUni : public IPrintOemDriverUni {
 public:
     using Sink = std::function<bool(const BYTE* data, DWORD size)>;
+    // Spooled bytes go nowhere.
+    DriverUni() : sink_([](const BYTE*, DWORD) { return true; }) {}
     explicit DriverUni(Sink sink) : sink_(std::move(sink)) {}
+    virtual ~DriverUni() = default;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
     // The host owns this object; counting keeps the plug-in's view honest.

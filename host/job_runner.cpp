@@ -10,6 +10,7 @@
 #include "page_replay.h"
 #include "pxtext.h"
 #include "surface.h"
+#include "text_services.h"
 
 #include <vector>
 
@@ -88,6 +89,7 @@ struct Session::State {
 
 Session::Session(const std::string& modulePath) : state_(std::make_unique<State>(modulePath))
 {
+    registerTextServices();
     IPrintOemUni* plugin = state_->module.plugin();
     HRESULT hr = plugin->PublishDriverInterface(&state_->uni);
     DWORD signature = 0, needed = 0;
@@ -120,6 +122,8 @@ public:
     Device(IPrintOemUni* plugin, Printer& printer, DEVMODEW* dm, void* privateBlock, const HostDevice& shape)
         : plugin_(plugin), device_(shape)
     {
+        device_.pdevOEM = nullptr;  // a new device has no record until the plug-in makes one
+        device_.failure.clear();
         device_.hPrinter = printer.handle();
         device_.pPublicDM = dm;
         device_.pOEMDM = privateBlock;
@@ -160,6 +164,7 @@ struct Document {
 
     SURFOBJ* so() { return surface.obj(); }
     HostDevice* host() { return device->get(); }
+    SIZEL pageSize() { return {host()->page.cx, host()->page.cy}; }
     std::string pageName(size_t page) const { return job.source + ": pages[" + std::to_string(page) + "]"; }
 
     BOOL startDoc(LPWSTR name, DWORD jobId) { return table.get<PFN_DrvStartDoc>(INDEX_DrvStartDoc)(so(), name, jobId); }
@@ -173,7 +178,7 @@ struct Document {
         for (int64_t bands = 0; origin.x != -1 || origin.y != -1; ++bands) {
             if (bands > (int64_t)host()->page.cx + host()->page.cy)
                 throw HostError(pageName(page) + ": the bands never reach the end of the page");
-            replayPage(table, so(), job, page, origin, pictures);
+            replayPage(table, so(), job, page, origin, pageSize(), pictures);
             check(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(so(), &origin), host(), pageName(page) + ": next band");
         }
     }
@@ -184,7 +189,7 @@ struct Document {
         if (host()->bandHeight > 0) {
             runBands(page);
         } else {
-            replayPage(table, so(), job, page, {0, 0}, pictures);
+            replayPage(table, so(), job, page, {0, 0}, pageSize(), pictures);
             check(table.get<PFN_DrvSendPage>(INDEX_DrvSendPage)(so()), host(), pageName(page) + ": page send");
         }
         pictures.pageDone(page);
@@ -215,7 +220,6 @@ Surface makeSurface(const JobSpec& job, PageSize page)
 void resetDevice(Document& doc, Printer& printer, DEVMODEW* dm, void* privateBlock)
 {
     auto fresh = std::make_unique<Device>(doc.plugin, printer, dm, privateBlock, *doc.host());
-    fresh->get()->failure.clear();
     HRESULT hr = doc.plugin->ResetPDEV(doc.device->get(), fresh->get());
     if (FAILED(hr))
         throw HostError("printer \"" + printer.name() + "\": the plug-in refused the device reset (" +

@@ -3,6 +3,7 @@
 #include "cairo_render.h"
 #include "driver_functions.h"
 #include "surface.h"
+#include "text_services.h"
 
 #include <algorithm>
 #include <cstring>
@@ -128,19 +129,32 @@ struct Replay {
         check(fn(so, &path, &clip, nullptr, &pen, nullptr, &attrs, kMixCopyPen));
     }
 
-    void operator()(const TextOp&) const
+    // Every band gets the run: braille cells reach below the text's box by an
+    // amount only the plug-in knows, and it keeps to its page buffer itself.
+    void operator()(const TextOp& op)
     {
-        throw JobError(job.source + ": " + where + ": text operations are not supported yet");
+        std::unique_ptr<HostTextRun> run;
+        try {
+            run = layoutText(op, origin);
+        } catch (const JobError& e) {
+            throw JobError(job.source + ": " + where + ": " + e.what());
+        }
+        BRUSHOBJ brush{brushColor(op.color.r, op.color.g, op.color.b), nullptr, 0};
+        POINTL brushOrigin{0, 0};
+        auto fn = table.get<PFN_DrvTextOut>(INDEX_DrvTextOut);
+        check(fn(so, run.get(), &run->fontObject, &clip, nullptr, nullptr, &brush, nullptr, &brushOrigin,
+                 kMixCopyPen));
     }
 };
 
 }  // namespace
 
 void replayPage(const DriverTable& table, SURFOBJ* so, const JobSpec& job, size_t page, POINTL origin,
-                PictureStore& pictures)
+                SIZEL pageSize, PictureStore& pictures)
 {
     Replay replay{table, so, origin, pictures, job, {}, {}};
-    replay.clip.rclBounds = {0, 0, so->sizlBitmap.cx, so->sizlBitmap.cy};
+    RECTL band{0, 0, so->sizlBitmap.cx, so->sizlBitmap.cy};
+    replay.clip.rclBounds = intersect(band, replay.toBand(0, 0, pageSize.cx, pageSize.cy));
     replay.clip.iDComplexity = DC_RECT;
     replay.clip.iFComplexity = 1;  // FC_RECT
     const std::vector<Op>& ops = job.pages[page].ops;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "job_file.h"
+#include "page_geometry.h"
 #include "png_image.h"
 #include "win32.h"
 
@@ -46,9 +47,9 @@ private:
 };
 
 // Draws page `page` of the job into the band surface whose top-left is
-// `origin` on the page. Throws JobError ("<job>: pages[i].ops[j]: ...") when an
+// `origin` on the page, clipped to the band and to the page (cx x cy). Throws JobError ("<job>: pages[i].ops[j]: ...") when an
 // operation cannot be drawn, with the reason the driver functions recorded.
 void replayPage(const DriverTable& table, SURFOBJ* so, const JobSpec& job, size_t page, POINTL origin,
-                PictureStore& pictures);
+                SIZEL pageSize, PictureStore& pictures);
 
 }  // namespace host

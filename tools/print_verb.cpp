@@ -6,7 +6,9 @@
 // "-front" and "-back" before the extension. Errors: one line on stderr,
 // exit status 1 for a bad job or picture, 2 for a bad command line, module,
 // printer or system root.
+#include "input_file.h"
 #include "job_runner.h"
+#include "text_job.h"
 #include "output_file.h"
 #include "verbs.h"
 
@@ -35,6 +37,9 @@ namespace fs = std::filesystem;
 namespace verbs {
 
 namespace {
+
+// A text file is read whole; a book of braille is far below this.
+constexpr size_t kMaxTextBytes = size_t(4) << 20;
 
 struct PrintOptions {
     std::string input;
@@ -235,8 +240,15 @@ host::JobSpec loadInput(const PrintOptions& o)
             options.printer = o.printer;
         return host::imageJob(o.input, options);
     }
-    if (endsWith(o.input, ".txt"))
-        throw host::JobError(o.input + ": printing text files is not supported yet");
+    if (endsWith(o.input, ".txt")) {
+        host::ImageJobOptions options = o.picture;
+        if (!o.printer.empty())
+            options.printer = o.printer;
+        std::string bytes, problem;
+        if (!formats::readInputFile(o.input, kMaxTextBytes, bytes, problem))
+            throw host::JobError(o.input + ": " + problem);
+        return host::textJob(o.input, bytes, options);
+    }
     if (pictureOptions)
         throw CLI::ValidationError("--quality, --copies, --landscape, --double-sided and --collate apply to pictures; "
                                    "a job file says them in its devmode");

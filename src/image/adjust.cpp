@@ -1,7 +1,12 @@
 // Bitmap adjustment and shifting.
 //
-// The surface is edited in place, pixel by pixel through the surface access
-// functions, with no line buffer and no allocation. Cells are aligned to
+// The surface is edited in place. The passes work on scan lines: a window of
+// the snapping pass skips cells known to hold no mark and stops reading at the
+// first pixel that rules its mark out, and the run shifts follow each column
+// and row in working memory (columns a tile at a time, so the surface is read
+// in scan-line order) and write back only what they repainted. When that
+// working memory cannot be had, the same rules run pixel by pixel through the
+// surface access functions, with no allocation. Cells are aligned to
 // multiples of rf from the surface's pixel 0; bands start at multiples of rf
 // on the page, so band cells and page cells coincide. Colours compare as
 // exact triples; a colour's brightness is red + green + blue; a pixel is
@@ -9,8 +14,10 @@
 #include "image/adjust.h"
 
 #include "diag/diag.h"
+#include "image/scanline.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -89,6 +96,16 @@ int64_t snapDistance(int64_t lo, int64_t hi, int64_t cellStart, int64_t rf)
     return b < a ? -b : a;
 }
 
+// Moves a mark found small and alone in the window at (left, top) into one
+// cell column, then into one cell row.
+void snapBox(SURFOBJ* pso, Box& box, int64_t left, int64_t top, int64_t rf)
+{
+    if (box.minX / rf != box.maxX / rf)
+        moveBox(pso, box, snapDistance(box.minX, box.maxX, left, rf), false);
+    if (box.minY / rf != box.maxY / rf)
+        moveBox(pso, box, snapDistance(box.minY, box.maxY, top, rf), true);
+}
+
 // Snaps the one small mark in the 2 x 2 cell window at (left, top), if the
 // window holds one that keeps clear of the window's border.
 void snapWindow(SURFOBJ* pso, int64_t left, int64_t top, int64_t rf)
@@ -111,10 +128,17 @@ void snapWindow(SURFOBJ* pso, int64_t left, int64_t top, int64_t rf)
         return;  // too large to be one dot
     if (box.minX <= left || box.minY <= top || box.maxX >= right - 1 || box.maxY >= bottom - 1)
         return;  // touches the window's border: part of something larger, or another window's business
-    if (box.minX / rf != box.maxX / rf)
-        moveBox(pso, box, snapDistance(box.minX, box.maxX, left, rf), false);
-    if (box.minY / rf != box.maxY / rf)
-        moveBox(pso, box, snapDistance(box.minY, box.maxY, top, rf), true);
+    snapBox(pso, box, left, top, rf);
+}
+
+// The first pixel of a line from `from` on (up to `to`) that differs from
+// the pixel before it, one pixel at a time.
+template <typename Line>
+DWORD runEndOf(const Line& line, DWORD from, DWORD to)
+{
+    while (from < to && sameColour(line.get(from), line.get(from - 1)))
+        ++from;
+    return from;
 }
 
 // A column or a row of the surface as one line of pixels.
@@ -128,6 +152,8 @@ struct Column {
         return c;
     }
     void set(DWORD y, const PixelColor& c) const { writePixel(pso, x, y, c); }
+    // The first pixel from `from` on (up to `to`) that differs from the pixel before it.
+    DWORD runEnd(DWORD from, DWORD to) const { return runEndOf(*this, from, to); }
 };
 
 struct Row {
@@ -135,6 +161,8 @@ struct Row {
     DWORD y;
     PixelColor get(DWORD x) const { return readPixel(pso, x, y); }
     void set(DWORD x, const PixelColor& c) const { writePixel(pso, x, y, c); }
+    // The first pixel from `from` on (up to `to`) that differs from the pixel before it.
+    DWORD runEnd(DWORD from, DWORD to) const { return runEndOf(*this, from, to); }
 };
 
 template <typename Line>
@@ -165,35 +193,375 @@ DWORD shiftRun(const Line& line, const PixelRun& run, DWORD lineLength, DWORD rf
     return run.end - over + 1;  // the repainted pixels begin the following run
 }
 
-// Follows the runs of one line from its start, shifting every run of at
-// most rf pixels that straddles a cell boundary.
+// The scan of one line's runs, which can stop after any pixel and resume
+// later: the column pass advances every column together, one scan line at a
+// time. Each run of at most rf pixels that straddles a cell boundary is
+// shifted as it ends.
+template <typename Line>
+struct RunScan {
+    PixelRun run;
+    DWORD pos;         // the next pixel to compare with the run's colour
+    uint64_t cellEnd;  // the first pixel past the cell of the run's first pixel
+
+    // The run's pixels start .. pos - 1 in its first cell: counted when it
+    // ends, so that a pixel of the run's colour costs one comparison.
+
+    void begin(const Line& line, DWORD rf)
+    {
+        run.colour = line.get(0);
+        run.previous = run.next = run.colour;
+        cellEnd = rf;
+        startRun(0, rf);
+    }
+    void startRun(DWORD start, DWORD rf)
+    {
+        run.start = start;
+        // A run starts at or after the one before it, mostly in the same cell
+        // or the next: a division only for a jump.
+        if (start >= cellEnd)
+            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        pos = start;
+    }
+    bool done(DWORD lineLength) const { return run.start >= lineLength; }
+    // Scans on through pixel limit, or to the line's end when limit is lineLength.
+    void advance(const Line& line, DWORD lineLength, DWORD limit, DWORD rf)
+    {
+        while (pos <= limit && !done(lineLength)) {
+            if (pos < lineLength) {
+                PixelColor c = line.get(pos);
+                if (sameColour(c, run.colour)) {
+                    pos = line.runEnd(pos + 1, limit < lineLength ? limit + 1 : lineLength);
+                    continue;
+                }
+                run.next = c;
+            }
+            // The run ends before pos (at the edge, next stays the run's own colour).
+            run.end = pos - 1;
+            run.length = pos - run.start;
+            run.inFirst = (DWORD)((pos < cellEnd ? pos : cellEnd) - run.start);
+            // A run that ends within its first cell, empty or not, or one
+            // longer than a cell stays; the scan goes on at pos.
+            DWORD resume = pos <= cellEnd || run.length > rf ? pos : shiftRun(line, run, lineLength, rf);
+            run.previous = run.colour;
+            run.colour = run.next;
+            startRun(resume, rf);
+        }
+    }
+};
+
+// Follows the runs of one line from its start to its end.
 template <typename Line>
 void shiftLine(const Line& line, DWORD lineLength, DWORD rf)
 {
     if (lineLength == 0)
         return;
-    PixelRun run;
-    run.colour = line.get(0);
-    run.previous = run.next = run.colour;
-    DWORD start = 0;
-    while (start < lineLength) {
-        run.start = start;
-        run.inFirst = 0;
-        DWORD cell = start / rf, pos = start;
-        for (; pos < lineLength; ++pos) {
-            PixelColor c = line.get(pos);
-            if (!sameColour(c, run.colour)) {
-                run.next = c;
-                break;
-            }
-            run.inFirst += pos / rf == cell;
-        }
-        run.end = pos - 1;
-        run.length = pos - start;
-        start = run.length > rf ? run.end + 1 : shiftRun(line, run, lineLength, rf);
-        run.previous = run.colour;
-        run.colour = run.next;
+    RunScan<Line> scan;
+    scan.begin(line, rf);
+    scan.advance(line, lineLength, lineLength, rf);
+}
+
+// ---- The passes on scan lines ----
+
+// Surfaces the fast passes handle; any other format takes no writes, so no
+// pass can change it.
+bool writable(const SURFOBJ* pso) { return pso->iBitmapFormat == BMF_24BPP || pso->iBitmapFormat == BMF_1BPP; }
+
+// Column x of the surface, read and written in place on its scan lines.
+struct SurfaceColumn {
+    SURFOBJ* pso;
+    DWORD x;
+    PixelColor get(DWORD y) const { return scanPixel(scanLine(pso, y), x, pso->iBitmapFormat); }
+    void set(DWORD y, const PixelColor& c) const { putScanPixel(scanLine(pso, y), x, pso->iBitmapFormat, c); }
+    // The sweep gives a column one pixel per scan line.
+    DWORD runEnd(DWORD from, DWORD) const { return from; }
+};
+
+// Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
+const DWORD kStretch = 32;
+
+// The working memory of the column pass: a run scan per column, the colours
+// of the columns' runs as one scan line in the surface's format, and which
+// columns and stretches may hold a run to shift at all.
+struct ColumnScans {
+    RunScan<SurfaceColumn>* scans;
+    BYTE* runColours;
+    BYTE* columnMayShift;
+    BYTE* stretchMayShift;
+    static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1; }
+    explicit ColumnScans(void* memory, DWORD cx)
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx)),
+          columnMayShift(runColours + (size_t)cx * 3), stretchMayShift(columnMayShift + cx)
+    {
     }
+};
+
+// Whether pixels x - 1 and x of a scan line are the same colour.
+inline bool sameAsBefore(const BYTE* line, DWORD x, ULONG format)
+{
+    return sameColour(scanPixel(line, x - 1, format), scanPixel(line, x, format));
+}
+
+// A run is shifted only when it holds both pixels around a cell boundary, so
+// a line whose pixels differ across every boundary keeps all its runs. Photographs
+// are mostly such lines; paper and shapes are not, and go through the scan.
+bool rowMayShift(const BYTE* line, DWORD cx, DWORD rf, ULONG format)
+{
+    for (DWORD b = rf; b < cx; b += rf)
+        if (sameAsBefore(line, b, format))
+            return true;
+    return false;
+}
+
+// The same for every column at once, from the pairs of scan lines around
+// each cell boundary.
+void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
+{
+    ULONG format = pso->iBitmapFormat;
+    memset(work.columnMayShift, 0, cx);
+    for (DWORD b = rf; b < cy; b += rf) {
+        const BYTE* above = scanLine(pso, b - 1);
+        const BYTE* below = scanLine(pso, b);
+        for (DWORD x = 0; x < cx; ++x)
+            work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+    }
+    memset(work.stretchMayShift, 0, cx / kStretch + 1);
+    for (DWORD x = 0; x < cx; ++x)
+        work.stretchMayShift[x / kStretch] |= work.columnMayShift[x];
+}
+
+// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
+inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
+
+// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
+bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
+{
+    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
+    return sameBytes(a + from, b + from, to - from);
+}
+
+// One scan line of the sweep over columns x0 .. x1 - 1; the colours of
+// their runs afterwards go into runColours.
+void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, DWORD cy, DWORD rf)
+{
+    const BYTE* line = scanLine(pso, y);
+    ULONG format = pso->iBitmapFormat;
+    for (DWORD x = x0; x < x1; ++x) {
+        RunScan<SurfaceColumn>& scan = work.scans[x];
+        if (!work.columnMayShift[x])
+            continue;
+        if (scan.pos <= y && !sameColour(scanPixel(line, x, format), scan.run.colour)) {
+            scan.pos = y;
+            scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
+            putScanPixel(work.runColours, x, format, scan.run.colour);
+        }  // else ahead of the sweep, or one more pixel of the run
+    }
+}
+
+// The column pass as one sweep down the surface: every column's scan
+// advances by one pixel per scan line, so the surface is read in memory
+// order. A shift repaints its own column only, behind or ahead of the sweep,
+// and the column's scan resumes where the shift says; a scan ahead of the
+// sweep waits for it. A column's pixels from its scan's pos up to the sweep
+// are known to be of its run's colour, so that pos moves only when a run
+// ends. Where a stretch of a scan line holds exactly the colours of its
+// columns' runs, every pixel continues its run (or waits): the stretch is
+// passed by one comparison of bytes. Columns that cannot hold a run to shift
+// are left out.
+void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
+{
+    if (cy == 0)
+        return;
+    ULONG format = pso->iBitmapFormat;
+    findColumnsThatMayShift(pso, work, cx, cy, rf);
+    for (DWORD x = 0; x < cx; ++x) {
+        work.scans[x].begin(SurfaceColumn{pso, x}, rf);
+        putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
+    }
+    for (DWORD y = 0; y < cy; ++y) {
+        const BYTE* line = scanLine(pso, y);
+        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+            if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
+                sweepStretch(pso, work, x0, x1, y, cy, rf);
+        }
+    }
+    // The runs that reach the bottom edge end there.
+    for (DWORD x = 0; x < cx; ++x) {
+        RunScan<SurfaceColumn>& scan = work.scans[x];
+        if (!work.columnMayShift[x])
+            continue;
+        scan.pos = scan.pos < cy ? cy : scan.pos;
+        scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
+    }
+}
+
+// A scan line as a line of pixels, read and written in place.
+struct ScanLineRow {
+    BYTE* line;
+    ULONG format;
+    PixelColor get(DWORD x) const { return scanPixel(line, x, format); }
+    void set(DWORD x, const PixelColor& c) const { putScanPixel(line, x, format, c); }
+    // At 24 bpp eight bytes at a time, each against the byte one pixel
+    // before it (x86 is little-endian: the lowest set bit is the first
+    // differing byte).
+    DWORD runEnd(DWORD from, DWORD to) const
+    {
+        if (format != BMF_24BPP)
+            return runEndOf(*this, from, to);
+        size_t k = (size_t)from * 3, end = (size_t)to * 3;
+        for (uint64_t a, b; k + 8 <= end; k += 8) {
+            memcpy(&a, line + k, 8);
+            memcpy(&b, line + k - 3, 8);
+            if (a != b)
+                return (DWORD)((k + (size_t)__builtin_ctzll(a ^ b) / 8) / 3);
+        }
+        for (; k < end; ++k)
+            if (line[k] != line[k - 3])
+                return (DWORD)(k / 3);
+        return to;
+    }
+};
+
+// The row pass, one scan line at a time.
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
+{
+    ULONG format = pso->iBitmapFormat;
+    for (DWORD y = 0; y < cy; ++y) {
+        BYTE* line = scanLine(pso, y);
+        if (rowMayShift(line, cx, rf, format))
+            shiftLine(ScanLineRow{line, format}, cx, rf);
+    }
+}
+
+inline bool markedAt(const BYTE* line, DWORD x, ULONG format) { return marked(scanPixel(line, x, format)); }
+
+// The first marked pixel of columns x0 .. x1 - 1 of a scan line, x1 when none.
+DWORD firstMarked(const BYTE* line, DWORD x0, DWORD x1, ULONG format)
+{
+    if (format == BMF_24BPP) {
+        // Paper is passed eight bytes at a time.
+        const BYTE* p = line + (size_t)x0 * 3;
+        size_t n = (size_t)(x1 - x0) * 3;
+        if (allWhite(p, n))
+            return x1;
+        for (size_t i = 0; i < n; ++i)
+            if (p[i] != 255)
+                return x0 + (DWORD)(i / 3);
+        return x1;
+    }
+    while (x0 < x1 && !markedAt(line, x0, format))
+        ++x0;
+    return x0;
+}
+
+// The last marked pixel of columns x0 .. x1 - 1, where x0 is known to be marked.
+DWORD lastMarked(const BYTE* line, DWORD x0, DWORD x1, ULONG format)
+{
+    DWORD x = x1 - 1;
+    while (x > x0 && !markedAt(line, x, format))
+        --x;
+    return x;
+}
+
+// Which cells hold a marked pixel, so that a window over four blank cells is
+// passed without reading it. The moves of a snap refresh the cells around them.
+struct MarkedCells {
+    BYTE* flags;  // cellsX x cellsY, row by row
+    DWORD cellsX, cellsY;
+
+    bool any(DWORD i, DWORD j) const
+    {
+        const BYTE* f = flags + (size_t)i * cellsX + j;
+        return f[0] | f[1] | f[cellsX] | f[cellsX + 1];
+    }
+    // Cell rows i0 .. i1 - 1, cell columns j0 .. j1 - 1, read again.
+    void refresh(SURFOBJ* pso, DWORD i0, DWORD i1, DWORD j0, DWORD j1, DWORD rf)
+    {
+        for (DWORD i = i0; i < i1; ++i)
+            for (DWORD j = j0; j < j1; ++j) {
+                BYTE found = 0;
+                for (DWORD y = i * rf; y < (i + 1) * rf && !found; ++y)
+                    found = firstMarked(scanLine(pso, y), j * rf, (j + 1) * rf, pso->iBitmapFormat) < (j + 1) * rf;
+                flags[(size_t)i * cellsX + j] = found;
+            }
+    }
+};
+
+// snapWindow on scan lines: the same mark found, but the reading stops as
+// soon as a marked pixel shows the mark touches the window's border or has
+// grown too large to be one dot.
+void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf)
+{
+    if (!cells.any(i, j))
+        return;
+    ULONG format = pso->iBitmapFormat;
+    DWORD left = j * rf, top = i * rf, right = left + 2 * rf, bottom = top + 2 * rf;
+    Box box = {right, (int64_t)left - 1, bottom, (int64_t)top - 1};
+    for (DWORD y = top; y < bottom; ++y) {
+        const BYTE* line = scanLine(pso, y);
+        DWORD first = firstMarked(line, left, right, format);
+        if (first == right)
+            continue;
+        if (y == top || y == bottom - 1 || first == left)
+            return;
+        DWORD last = lastMarked(line, first, right, format);
+        if (last == right - 1)
+            return;
+        box.minX = first < box.minX ? first : box.minX;
+        box.maxX = last > box.maxX ? last : box.maxX;
+        box.minY = box.minY > y ? y : box.minY;
+        box.maxY = y;
+        if (box.maxX - box.minX > rf || box.maxY - box.minY > rf)
+            return;
+    }
+    if (box.maxX < box.minX)
+        return;
+    snapBox(pso, box, left, top, rf);
+    // The moves stay within one pixel of the window, so within the cells around it.
+    cells.refresh(pso, i > 0 ? i - 1 : 0, i + 3 < cells.cellsY ? i + 3 : cells.cellsY, j > 0 ? j - 1 : 0,
+                  j + 3 < cells.cellsX ? j + 3 : cells.cellsX, rf);
+}
+
+// Working memory of the fast passes, from mymalloc; null when it is too large
+// to ask for or cannot be had, and the caller takes the pixel-by-pixel path.
+void* workMemory(uint64_t bytes) { return bytes == 0 || bytes > UINT32_MAX ? nullptr : mymalloc((DWORD)bytes); }
+
+void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
+{
+    MarkedCells cells = {static_cast<BYTE*>(workMemory((uint64_t)cellsX * cellsY)), cellsX, cellsY};
+    if (!cells.flags || !writable(pso)) {
+        // Each window sees the surface as the windows before it left it.
+        for (DWORD i = 0; i + 1 < cellsY; ++i)
+            for (DWORD j = 0; j + 1 < cellsX; ++j)
+                snapWindow(pso, (int64_t)j * rf, (int64_t)i * rf, rf);
+    } else {
+        cells.refresh(pso, 0, cellsY, 0, cellsX, rf);
+        for (DWORD i = 0; i + 1 < cellsY; ++i)
+            for (DWORD j = 0; j + 1 < cellsX; ++j)
+                snapWindowFast(pso, cells, i, j, rf);
+    }
+    if (cells.flags)
+        myfree(cells.flags);
+}
+
+// Both run-shift passes, columns first, logging between them.
+void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
+{
+    void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx)) : nullptr;
+    LogMessage("\t\n==================Shifting along y-direction... ===================\n");
+    if (memory)
+        shiftColumns(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
+    else if (rf >= 1)
+        for (DWORD x = 0; x < cx; ++x)
+            shiftLine(Column{pso, x}, cy, (DWORD)rf);
+    LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+    if (memory)
+        shiftRows(pso, cx, cy, (DWORD)rf);
+    else if (rf >= 1)
+        for (DWORD y = 0; y < cy; ++y)
+            shiftLine(Row{pso, y}, cx, (DWORD)rf);
+    if (memory)
+        myfree(memory);
 }
 
 }  // namespace
@@ -218,10 +586,7 @@ void adjustBraille(SURFOBJ* pso, INT rf)
     DWORD cellsX = widthOf(pso) / (DWORD)rf, cellsY = heightOf(pso) / (DWORD)rf;
     if (cellsX < 2 || cellsY < 2)
         return;
-    // Each window sees the surface as the windows before it left it.
-    for (DWORD i = 0; i + 1 < cellsY; ++i)
-        for (DWORD j = 0; j + 1 < cellsX; ++j)
-            snapWindow(pso, (int64_t)j * rf, (int64_t)i * rf, rf);
+    snapAll(pso, cellsX, cellsY, (DWORD)rf);
 }
 
 void adjustBitMap(SURFOBJ* pso, INT rf)
@@ -232,13 +597,6 @@ void adjustBitMap(SURFOBJ* pso, INT rf)
     adjustBraille(pso, rf);
     DWORD cx = widthOf(pso), cy = heightOf(pso);
     LogMessage("\twidth = %d, height = %d\n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
-    LogMessage("\t\n==================Shifting along y-direction... ===================\n");
-    if (rf >= 1)
-        for (DWORD x = 0; x < cx; ++x)
-            shiftLine(Column{pso, x}, cy, (DWORD)rf);
-    LogMessage("\t\n=================Shifting along x-direction...=====================\n");
-    if (rf >= 1)
-        for (DWORD y = 0; y < cy; ++y)
-            shiftLine(Row{pso, y}, cx, (DWORD)rf);
+    shiftAll(pso, cx, cy, rf);
     LogMessage("End of adjustBitmap()\n");
 }

@@ -72,5 +72,19 @@ INT getGreyLevel(const PixelColor* color);
 INT quantiseLightness(INT lightness);
 HsvColor rgbToHsv(const PixelColor* color);
 
+// Tone mapping for the cells of one page or band: the settings turned once
+// into the lightness of every grey level, so that a cell costs a lookup.
+// Colour patterns look at more than the grey level; with one selected the
+// cells go through getDotHeight.
+struct ToneTable {
+    Config* config;
+    BOOL patterned;       // a colour pattern is selected
+    BOOL dithered;        // the ordered dither, else straight quantisation
+    BYTE lightness[256];  // getLightness of each grey level
+};
+void ToneTable_init(ToneTable* table, Config* config);
+// getDotHeight of the table's configuration, for the cell in column x, row y.
+INT ToneTable_dotHeight(const ToneTable* table, DWORD x, DWORD y, const PixelColor* color);
+
 // Ordered-dither thresholds, indexed [x mod 4][y mod 4]: the odd numbers 1 .. 31.
 extern const BYTE ditherMatrix[4][4];

@@ -6,6 +6,7 @@
 // into paper white. Ink pixels (5, 6, 7) are painted white as the cell is
 // read, so drawing meant for sighted readers never becomes a dot.
 #include "image.h"
+#include "image/scanline.h"
 
 #include "config/config.h"
 #include "device/xpdv.h"
@@ -16,7 +17,6 @@
 namespace {
 
 const PixelColor kWhite = {255, 255, 255};
-const PixelColor kBlack = {0, 0, 0};
 const PixelColor kNoBits = {127, 127, 127};
 
 // Brightness range of a pixel: red + green + blue.
@@ -26,23 +26,6 @@ const DWORD kBrightest = 765;
 // leave the bits.
 DWORD widthOf(const SURFOBJ* pso) { return pso->sizlBitmap.cx > 0 ? (DWORD)pso->sizlBitmap.cx : 0; }
 DWORD heightOf(const SURFOBJ* pso) { return pso->sizlBitmap.cy > 0 ? (DWORD)pso->sizlBitmap.cy : 0; }
-
-// Scan line y; lDelta is signed (bottom-up bitmaps step backwards).
-inline BYTE* scanLine(const SURFOBJ* pso, DWORD y)
-{
-    return static_cast<BYTE*>(pso->pvScan0) + (ptrdiff_t)y * (ptrdiff_t)pso->lDelta;
-}
-
-// Pixel x of a scan line, in the surface's format; formats other than 24 bpp
-// read as 1 bpp.
-inline PixelColor readPixel(const BYTE* line, DWORD x, ULONG format)
-{
-    if (format == BMF_24BPP) {
-        const BYTE* p = line + (size_t)x * 3;
-        return PixelColor{p[0], p[1], p[2]};
-    }
-    return (line[x >> 3] >> (7 - (x & 7))) & 1 ? kWhite : kBlack;
-}
 
 // The ink colour in either byte order.
 inline bool isInk(const PixelColor& c)
@@ -92,6 +75,61 @@ struct CellSums {
         sc[2] += (uint64_t)bright * p.blue;
         last = p;
     }
+
+    // count pixels of one colour at once.
+    void addCopies(const PixelColor& p, DWORD count)
+    {
+        DWORD bright = (DWORD)p.red + p.green + p.blue;
+        minS = bright < minS ? bright : minS;
+        maxS = bright > maxS ? bright : maxS;
+        n += count;
+        s += (uint64_t)bright * count;
+        const BYTE component[3] = {p.red, p.green, p.blue};
+        for (int i = 0; i < 3; ++i) {
+            c[i] += (uint64_t)component[i] * count;
+            sc[i] += (uint64_t)bright * component[i] * count;
+        }
+        last = p;
+    }
+
+    // The count pixels of a 24-bpp scan line from p, ink painted white as it is
+    // met: the same sums as add for each, with the running totals kept in
+    // registers for the row.
+    void addRow24(BYTE* p, DWORD count)
+    {
+        PixelColor first = {p[0], p[1], p[2]};
+        if (count > 1 && !isInk(first) && sameBytes(p, p + 3, (size_t)(count - 1) * 3)) {
+            addCopies(first, count);  // a row of one colour: a line, a shape, paper
+            return;
+        }
+        uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
+        DWORD lo = minS, hi = maxS;
+        for (BYTE* end = p + (size_t)count * 3; p != end; p += 3) {
+            if (p[1] == 6 && ((p[0] == 5 && p[2] == 7) || (p[0] == 7 && p[2] == 5)))
+                p[0] = p[1] = p[2] = 255;  // ink
+            DWORD r = p[0], g = p[1], b = p[2], bright = r + g + b;
+            lo = bright < lo ? bright : lo;
+            hi = bright > hi ? bright : hi;
+            rowS += bright;
+            c0 += r;
+            c1 += g;
+            c2 += b;
+            sc0 += bright * r;
+            sc1 += bright * g;
+            sc2 += bright * b;
+        }
+        minS = lo;
+        maxS = hi;
+        n += count;
+        s += rowS;
+        c[0] += c0;
+        c[1] += c1;
+        c[2] += c2;
+        sc[0] += sc0;
+        sc[1] += sc1;
+        sc[2] += sc2;
+        last = PixelColor{p[-3], p[-2], p[-1]};
+    }
 };
 
 __extension__ typedef unsigned __int128 Wide;
@@ -119,6 +157,26 @@ PixelColor weightedMean(const CellSums& sums, uint64_t k)
     return PixelColor{out[0], out[1], out[2]};
 }
 
+// A 24-bpp cell of one colour, not ink, takes that colour: all its pixels
+// are equally bright. Paper and solid shapes are found by comparing whole
+// scan lines instead of summing pixels.
+bool uniformCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelColor* color)
+{
+    if (!pso->pvScan0 || pso->iBitmapFormat != BMF_24BPP || x1 <= x0 || y1 <= y0)
+        return false;
+    size_t bytes = (size_t)(x1 - x0) * 3;
+    const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
+    PixelColor c = {first[0], first[1], first[2]};
+    // Each pixel equal to the one before it: the line against itself one pixel on.
+    if (isInk(c) || !sameBytes(first, first + 3, bytes - 3))
+        return false;
+    for (DWORD y = y0 + 1; y < y1; ++y)
+        if (!sameBytes(scanLine(pso, y) + (size_t)x0 * 3, first, bytes))
+            return false;
+    *color = c;
+    return true;
+}
+
 }  // namespace
 
 // Reads one pixel as a colour triple.
@@ -138,7 +196,7 @@ void getSurfacePixel(SURFOBJ* pso, DWORD x, DWORD y, PixelColor* color, DWORD he
         *color = kWhite;
         return;
     }
-    *color = readPixel(scanLine(pso, y), x, pso->iBitmapFormat);
+    *color = scanPixel(scanLine(pso, y), x, pso->iBitmapFormat);
 }
 
 // Writes one pixel in the surface's format.
@@ -146,20 +204,7 @@ void setSurfacePixel(SURFOBJ* pso, LONG x, LONG y, const PixelColor* color)
 {
     if (!pso || !pso->pvScan0 || x < 0 || y < 0 || x >= pso->sizlBitmap.cx || y >= pso->sizlBitmap.cy)
         return;
-    BYTE* line = scanLine(pso, (DWORD)y);
-    if (pso->iBitmapFormat == BMF_24BPP) {
-        BYTE* p = line + (size_t)x * 3;
-        p[0] = color->red;
-        p[1] = color->green;
-        p[2] = color->blue;
-    } else if (pso->iBitmapFormat == BMF_1BPP) {
-        // White is red and green both full; blue is not consulted.
-        BYTE bit = (BYTE)(0x80 >> (x & 7));
-        if (2 * color->red + color->green == 765)
-            line[x >> 3] |= bit;
-        else
-            line[x >> 3] &= (BYTE)~bit;
-    }
+    putScanPixel(scanLine(pso, (DWORD)y), (DWORD)x, pso->iBitmapFormat, *color);
 }
 
 // Paints the bitmap white, row by row. Only the bitmap's own pixels change:
@@ -208,17 +253,22 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
     if (x0 > cx || x1 > cx || y1 > cy || y0 > cy)
         return;
 
+    if (uniformCell24(pso, x0, y0, x1, y1, color))
+        return;
     CellSums sums;
     if (!pso->pvScan0) {
         for (DWORD y = y0; y < y1; ++y)
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
+    } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
+        for (DWORD y = y0; y < y1; ++y)
+            sums.addRow24(scanLine(pso, y) + (size_t)x0 * 3, x1 - x0);
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {
             const BYTE* line = scanLine(pso, y);
             for (DWORD x = x0; x < x1; ++x) {
-                PixelColor p = readPixel(line, x, format);
+                PixelColor p = scanPixel(line, x, format);
                 if (format == BMF_24BPP && isInk(p)) {
                     setSurfacePixel(pso, (LONG)x, (LONG)y, &kWhite);
                     p = kWhite;

@@ -57,6 +57,25 @@ INT ditherLightness(INT lightness, DWORD x, DWORD y)
     return rest > ditherMatrix[x % 4][y % 4] && band < DOT_TALLEST ? band + 1 : band;
 }
 
+// The cell's lightness after contrast, brightness and inversion. Settings from
+// printer data come without range checks, so the arithmetic is 64-bit: no
+// stored value can overflow it, and within 32-bit range the results are the
+// same.
+INT lightnessOfGrey(INT grey, const Config* config)
+{
+    if (grey >= 255)
+        return 255;  // white paper stays blank whatever the settings
+    if (!config)
+        return grey;  // neutral settings: the grey level itself
+    int64_t contrast = config->Contrast;
+    int64_t slope = contrast >= 0 ? 7 * contrast + 100 : contrast + 100;
+    int64_t stretched = slope * (128 - grey) / 100;
+    int64_t brightness = 255 * (int64_t)config->Brightness / 100;
+    int64_t darkness = 127 + stretched + brightness;
+    int64_t lightness = config->InvertColor == 1 ? darkness : 255 - darkness;
+    return lightness < 0 ? 0 : lightness > 255 ? 255 : (INT)lightness;
+}
+
 }  // namespace
 
 INT getGreyLevel(const PixelColor* color) { return (2 * color->red + 4 * color->green + color->blue) / 7; }
@@ -69,24 +88,23 @@ INT quantiseLightness(INT lightness)
     return level < DOT_TALLEST ? level : DOT_TALLEST;
 }
 
-// The cell's lightness after contrast, brightness and inversion. Settings from
-// printer data come without range checks, so the arithmetic is 64-bit: no
-// stored value can overflow it, and within 32-bit range the results are the
-// same.
-INT getLightness(const PixelColor* color, const Config* config)
+INT getLightness(const PixelColor* color, const Config* config) { return lightnessOfGrey(getGreyLevel(color), config); }
+
+void ToneTable_init(ToneTable* table, Config* config)
 {
-    INT grey = getGreyLevel(color);
-    if (grey >= 255)
-        return 255;  // white paper stays blank whatever the settings
-    if (!config)
-        return grey;  // neutral settings: the grey level itself
-    int64_t contrast = config->Contrast;
-    int64_t slope = contrast >= 0 ? 7 * contrast + 100 : contrast + 100;
-    int64_t stretched = slope * (128 - grey) / 100;
-    int64_t brightness = 255 * (int64_t)config->Brightness / 100;
-    int64_t darkness = 127 + stretched + brightness;
-    int64_t lightness = config->InvertColor == 1 ? darkness : 255 - darkness;
-    return lightness < 0 ? 0 : lightness > 255 ? 255 : (INT)lightness;
+    table->config = config;
+    table->patterned = config && (config->colorPattern == 1 || config->colorPattern == 3 || config->colorPattern == 4);
+    table->dithered = config && config->dithering != 0;
+    for (INT grey = 0; grey < 256; ++grey)
+        table->lightness[grey] = (BYTE)lightnessOfGrey(grey, config);
+}
+
+INT ToneTable_dotHeight(const ToneTable* table, DWORD x, DWORD y, const PixelColor* color)
+{
+    if (table->patterned || isBrailleColor(color))
+        return getDotHeight(table->config, x, y, color);
+    INT lightness = table->lightness[getGreyLevel(color)];
+    return table->dithered ? ditherLightness(lightness, x, y) : quantiseLightness(lightness);
 }
 
 // The dot value of the cell in column x, row y. Without a configuration the

@@ -145,6 +145,8 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
     DWORD f = (DWORD)getResolutionFactor(pso);
     const TextPage* markers = pdv->pTextPage;
     Config* config = pdv->pConfig;
+    ToneTable tone;
+    ToneTable_init(&tone, config);
     bool landscape = pdv->bLandscape != 0;
     bool turnedRight = config->LandscapeMode != 0;
     for (INT j = 0; j < height; ++j) {
@@ -153,7 +155,7 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
             DWORD y = (DWORD)(landscape ? i : j) * f;
             PixelColor colour;
             squareColour(pso, markers, x, y, f, &colour);
-            INT dot = getDotHeight(config, (DWORD)i, (DWORD)(yOffset + j), &colour);
+            INT dot = ToneTable_dotHeight(&tone, (DWORD)i, (DWORD)(yOffset + j), &colour);
             DWORD tx = (DWORD)i, ty = (DWORD)(yOffset + j);
             if (landscape && turnedRight)
                 tx = pPage->width - 1 - (DWORD)i;

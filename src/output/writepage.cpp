@@ -56,7 +56,7 @@ inline void sourcePoint(const CellMapping& m, DWORD x, DWORD y, DWORD* X, DWORD*
 
 // The dot value of one cell. No allocation and no log line: this runs for
 // every cell of every page.
-inline BYTE cellDot(SURFOBJ* pso, Config* config, const TextPage* markers, const CellMapping& m, DWORD x, DWORD y)
+inline BYTE cellDot(SURFOBJ* pso, const ToneTable* tone, const TextPage* markers, const CellMapping& m, DWORD x, DWORD y)
 {
     DWORD X, Y;
     sourcePoint(m, x, y, &X, &Y);
@@ -68,7 +68,7 @@ inline BYTE cellDot(SURFOBJ* pso, Config* config, const TextPage* markers, const
         colour = kItalicColour;
     else
         getSampleColor(pso, X, Y, m.side, &colour);
-    return (BYTE)getDotHeight(config, x, y, &colour);
+    return (BYTE)ToneTable_dotHeight(tone, x, y, &colour);
 }
 
 enum BodyKind { BODY_PACKED, BODY_ENCODED, BODY_PLAIN, BODY_NONE };
@@ -176,11 +176,13 @@ DWORD WritePage(SURFOBJ* pso, DWORD offsetX, DWORD offsetY, BOOL landscape, BYTE
     }
 
     const TextPage* markers = pdv->pTextPage;
+    ToneTable tone;
+    ToneTable_init(&tone, config);
     for (DWORD y = 0; y < m.H; ++y) {
         // Cells are sampled whatever the version, so the surface is left as
         // sampling leaves it (ink removed) in every case.
         for (DWORD x = 0; x < m.W; ++x)
-            b.row[x] = cellDot(pso, config, markers, m, x, y);
+            b.row[x] = cellDot(pso, &tone, markers, m, x, y);
         bool fits = true;
         switch (body) {
         case BODY_PACKED:

@@ -16,6 +16,35 @@ constexpr uint64_t kSlack = 64;
 
 bool inside(const TextPage* pTP, uint64_t x, uint64_t y) { return x < pTP->width && y < pTP->height; }
 
+inline uint64_t load8(const BYTE* p)
+{
+    uint64_t word;
+    memcpy(&word, p, 8);
+    return word;
+}
+
+// The largest of w bytes. Marker pages are mostly zero: eight bytes at a
+// time, the last eight overlapping the ones before, show a zero row before
+// any byte is compared.
+BYTE rowMax(const BYTE* p, DWORD w)
+{
+    uint64_t any = 0;
+    if (w >= 8) {
+        for (DWORD i = 0; i + 8 <= w; i += 8)
+            any |= load8(p + i);
+        any |= load8(p + w - 8);
+    } else {
+        for (DWORD i = 0; i < w; ++i)
+            any |= p[i];
+    }
+    if (any == 0)
+        return 0;
+    BYTE largest = 0;
+    for (DWORD i = 0; i < w; ++i)
+        largest = p[i] > largest ? p[i] : largest;
+    return largest;
+}
+
 }  // namespace
 
 // The size field is 32 bits, so a page whose allocation would not fit in 32
@@ -84,14 +113,9 @@ BYTE TextPage_getMax(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
         return TEXTPAGE_OUTSIDE;
     BYTE largest = 0;
     const BYTE* row = pTP->m_Image + (size_t)pTP->width * y + x;
-    for (DWORD j = 0; j < h; ++j, row += pTP->width) {
-        for (DWORD i = 0; i < w; ++i) {
-            if (row[i] > largest) {
-                largest = row[i];
-                if (largest == TEXTPAGE_OUTSIDE)
-                    return largest;
-            }
-        }
+    for (DWORD j = 0; j < h && largest != TEXTPAGE_OUTSIDE; ++j, row += pTP->width) {
+        BYTE m = rowMax(row, w);
+        largest = m > largest ? m : largest;
     }
     return largest;
 }

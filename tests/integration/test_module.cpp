@@ -1,5 +1,6 @@
 // The built plug-in module, loaded and driven only through DllGetClassObject
 // and the interfaces it hands out, as the universal driver does.
+#include "driver_uni.h"
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -16,33 +17,6 @@ const CLSID kPluginClass = {0x6D6ABF26, 0x9F38, 0x11D1, {0x88, 0x2A, 0x00, 0xC0,
 typedef HRESULT (*GetClassObjectFn)(REFCLSID, REFIID, LPVOID*);
 typedef HRESULT (*CanUnloadFn)();
 
-// The driver's helper interface; it collects what the plug-in spools.
-class DriverUni final : public IPrintOemDriverUni {
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override
-    {
-        *ppv = IsEqualIID(riid, IID_IPrintOemDriverUni) ? this : nullptr;
-        return *ppv ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE DrvGetDriverSetting(PVOID, PCSTR, PVOID, DWORD, PDWORD, PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvWriteSpoolBuf(PDEVOBJ, PVOID, DWORD cb, DWORD* written) override
-    {
-        *written = cb;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE DrvXMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvYMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvGetStandardVariable(PDEVOBJ, DWORD, PVOID, DWORD, PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvGetGPDData(PDEVOBJ, DWORD, PVOID, PVOID, DWORD, PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvUniTextOut(SURFOBJ*, STROBJ*, FONTOBJ*, CLIPOBJ*, RECTL*, RECTL*, BRUSHOBJ*,
-                                            BRUSHOBJ*, POINTL*, MIX) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DrvWriteAbortBuf(PDEVOBJ, PVOID, DWORD, DWORD) override { return E_NOTIMPL; }
-};
 
 int gLineToCalls = 0;
 BOOL APIENTRY driverLineTo(SURFOBJ*, CLIPOBJ*, BRUSHOBJ*, LONG, LONG, LONG, LONG, RECTL*, MIX)
@@ -97,7 +71,7 @@ TEST_F(Module, AScriptedDriverSessionWritesTheExpectedLog)
     IPrintOemUni* plugin = nullptr;
     ASSERT_EQ(unknown->QueryInterface(IID_IPrintOemUni, reinterpret_cast<void**>(&plugin)), S_OK);
     unknown->Release();
-    DriverUni uni;
+    host::DriverUni uni;
     ASSERT_EQ(plugin->PublishDriverInterface(&uni), S_OK);
     DWORD signature = 0, needed = 0;
     ASSERT_EQ(plugin->GetInfo(OEMGI_GETSIGNATURE, &signature, sizeof signature, &needed), S_OK);

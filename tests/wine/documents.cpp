@@ -1,8 +1,9 @@
 // The scripted documents: graphics pages sent through the document hooks as
 // the universal driver sends them (document start, pages in bands or whole
-// with page send, document end), on surfaces this program owns, with its own
-// helper interface collecting what the plug-in spools.
+// with page send, document end), on surfaces this program owns, with the
+// host's helper interface collecting what the plug-in spools.
 #include "driver_check.h"
+#include "driver_uni.h"
 
 #include <cstdio>
 #include <vector>
@@ -11,41 +12,13 @@ namespace {
 
 const WCHAR kPrinter[] = WSTR("Pumex Embosser");
 
-// The driver's helper interface: keeps every spooled byte.
-class SpoolCollector final : public IPrintOemDriverUni {
-public:
+// What the plug-in spools, through the host's helper interface.
+struct SpoolCollector {
     std::vector<BYTE> bytes;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override
-    {
-        *ppv = IsEqualIID(riid, IID_IPrintOemDriverUni) || IsEqualIID(riid, IID_IUnknown) ? this : nullptr;
-        return *ppv ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE DrvGetDriverSetting(PVOID, PCSTR, PVOID, DWORD, PDWORD, PDWORD) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DrvWriteSpoolBuf(PDEVOBJ, PVOID data, DWORD size, DWORD* written) override
-    {
-        bytes.insert(bytes.end(), static_cast<BYTE*>(data), static_cast<BYTE*>(data) + size);
-        *written = size;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE DrvXMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvYMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvGetStandardVariable(PDEVOBJ, DWORD, PVOID, DWORD, PDWORD) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DrvGetGPDData(PDEVOBJ, DWORD, PVOID, PVOID, DWORD, PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvUniTextOut(SURFOBJ*, STROBJ*, FONTOBJ*, CLIPOBJ*, RECTL*, RECTL*, BRUSHOBJ*,
-                                            BRUSHOBJ*, POINTL*, MIX) override
-    {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DrvWriteAbortBuf(PDEVOBJ, PVOID, DWORD, DWORD) override { return E_NOTIMPL; }
+    host::DriverUni uni{[this](const BYTE* data, DWORD size) {
+        bytes.insert(bytes.end(), data, data + size);
+        return true;
+    }};
 };
 
 // The driver's own document functions, which the plug-in calls on to.
@@ -262,7 +235,7 @@ void runDocuments(IPrintOemUni* plugin, const std::string& outDir, CheckLog& log
     // The plug-in holds the helper interface until DisableDriver, as it may:
     // the driver's own lives as long as the driver.
     SpoolCollector spool;
-    plugin->PublishDriverInterface(&spool);
+    plugin->PublishDriverInterface(&spool.uni);
     Hooks hooks;
     log.expect(plugin->EnableDriver(PRINTER_OEMINTF_VERSION, sizeof hooks.table, &hooks.table) == S_OK,
                "EnableDriver before the documents");

@@ -67,4 +67,29 @@ PX_API DWORD PxWaitForStartedPrograms(PxStartedProgramFn report, void* context);
 // Returns TRUE when valid; otherwise FALSE and a message naming the file and key.
 PX_API BOOL PxValidatePrinterFile(const char* path, char* message, size_t cap);
 
+// The text services behind the exported GDI text calls (px/wingdi.h). The
+// platform has no fonts or glyphs of its own: a host that draws text registers
+// a table at start-up, as SQLite registers a VFS, and every call is handed to
+// it unchanged. Entries must not throw; a null entry fails like an
+// unregistered table.
+struct PxTextServices {
+    void (*strobjEnumStart)(STROBJ* pstro);
+    BOOL (*strobjEnum)(STROBJ* pstro, ULONG* pc, PGLYPHPOS* ppgpos);
+    PIFIMETRICS (*fontobjPifi)(FONTOBJ* pfo);
+    ULONG (*fontobjGetGlyphs)(FONTOBJ* pfo, ULONG iMode, ULONG cGlyph, HGLYPH* phg, PVOID* ppvGlyph);
+    ULONG (*brushobjGetBrushColor)(BRUSHOBJ* pbo);
+    HDC (*createDC)(LPCWSTR driver, LPCWSTR device, LPCWSTR port, const DEVMODEW* pdm);
+    HFONT (*createFont)(int cHeight, int cWidth, int cEscapement, int cOrientation, int cWeight, DWORD bItalic,
+                        DWORD bUnderline, DWORD bStrikeOut, DWORD iCharSet, DWORD iOutPrecision,
+                        DWORD iClipPrecision, DWORD iQuality, DWORD iPitchAndFamily, LPCWSTR faceName);
+    HGDIOBJ (*selectObject)(HDC hdc, HGDIOBJ h);
+    DWORD (*getFontUnicodeRanges)(HDC hdc, LPGLYPHSET lpgs);
+    DWORD (*getGlyphIndices)(HDC hdc, LPCWSTR lpstr, int c, WORD* pgi, DWORD fl);
+    BOOL (*deleteObject)(HGDIOBJ ho);
+    BOOL (*deleteDC)(HDC hdc);
+};
+// Registers the table (kept by pointer, so it must outlive its use; null:
+// none). Returns the table registered before.
+PX_API const PxTextServices* PxRegisterTextServices(const PxTextServices* services);
+
 #endif

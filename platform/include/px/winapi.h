@@ -7,6 +7,7 @@
 #include "px/wincrt_stat.h"
 #include "px/winmath.h"
 #include "px/winproc.h"
+#include "px/wingdi.h"
 
 struct SECURITY_ATTRIBUTES;
 typedef SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES;

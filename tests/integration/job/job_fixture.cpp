@@ -73,7 +73,7 @@ void JobTest::TearDown()
     root.reset();
 }
 
-void JobTest::printer(const std::string& configMembers)
+void JobTest::printer(const std::string& configMembers, const std::string& fontList)
 {
     std::string members =
         "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}, \"Brightness\": {\"type\": \"dword\", \"value\": 0}, "
@@ -82,7 +82,10 @@ void JobTest::printer(const std::string& configMembers)
         "\"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"" PUMEX_TEST_ARGV_RECORDER "\"}";
     if (!configMembers.empty())
         members += ", " + configMembers;
-    root->writePrinter("Pumex Embosser", testkit::printerJson("Pumex Embosser", members));
+    std::string json = testkit::printerJson("Pumex Embosser", members);
+    if (!fontList.empty())
+        json.insert(json.rfind('}'), ",\n  \"fontList\": { " + fontList + " }\n");
+    root->writePrinter("Pumex Embosser", json);
 }
 
 void JobTest::run(const host::JobSpec& job, const host::RunOptions& options)

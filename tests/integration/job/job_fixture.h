@@ -41,8 +41,9 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Writes the printer with these extra "Config" members.
-    void printer(const std::string& configMembers = "");
+    // Writes the printer with these extra "Config" members and, when given,
+    // a font list (the members of its JSON object).
+    void printer(const std::string& configMembers = "", const std::string& fontList = "");
     // Runs the job; the spooled bytes land in `spooled`, the programs the
     // job started (waited for) in `started`.
     void run(const host::JobSpec& job, const host::RunOptions& options = {});

@@ -155,3 +155,37 @@ TEST_F(PumexFiles, PrintRefusesOutputsThatWouldDestroySomething)
 }
 
 }  // namespace
+
+namespace {
+
+// A text file that cannot become braille pages: the file's fault (1) or the
+// printer's (2), in one line.
+TEST_F(PumexFiles, TextFilesThatCannotBecomeBrailleAreToldByName)
+{
+    const std::string folderTxt = root.path() + "/folder.txt", latin1 = root.path() + "/latin1.txt",
+                      fine = root.path() + "/fine.txt";
+    fs::create_directory(folderTxt);
+    testkit::writeFile(latin1, "caf\xE9\n");
+    testkit::writeFile(fine, "caf\xC3\xA9\n");
+    root.writePrinter("Pumex Embosser", testkit::printerJson("Pumex Embosser"));
+    const struct {
+        std::string input, printer;
+        int status;
+        std::string says;
+    } cases[] = {
+        {folderTxt, "Pumex Embosser", 1, "folder.txt: is a directory"},
+        {latin1, "Pumex Embosser", 1, "latin1.txt: not UTF-8 text"},
+        {fine, "Pumex Embosser", 2, "printer \"Pumex Embosser\": no braille font in its font list"},
+        {fine, "Nobody", 2, "printer \"Nobody\": not found"},
+    };
+    for (const auto& c : cases) {
+        Ran r = pumex(root, "print --root " + quoted(root.path()) + " --printer " + quoted(c.printer) + " " +
+                                quoted(c.input) + " -o " + quoted(root.path() + "/out.prn"));
+        EXPECT_EQ(r.status, c.status) << c.input << ": " << r.err;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+    EXPECT_FALSE(testkit::fileExists(root.path() + "/out.prn"));
+}
+
+}  // namespace

@@ -56,15 +56,4 @@ std::vector<DRVFN> functionList(ULONG omitIndex)
     return kept;
 }
 
-HRESULT STDMETHODCALLTYPE DriverUni::QueryInterface(REFIID riid, void** ppv)
-{
-    if (IsEqualIID(riid, IID_IPrintOemDriverUni) || IsEqualIID(riid, IID_IUnknown)) {
-        *ppv = static_cast<IPrintOemDriverUni*>(this);
-        AddRef();
-        return S_OK;
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-}
-
 }  // namespace fake

@@ -42,7 +42,7 @@ TEST(ClassFactory, RefusesAggregationAndUnknownInterfaces)
     ASSERT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
     LONG before = gComponentCount;
     void* p = nullptr;
-    fake::DriverUni outer;
+    host::DriverUni outer;
     EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintOemUni, &p), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &p), E_NOINTERFACE);
     EXPECT_EQ(p, nullptr);
@@ -88,19 +88,19 @@ TEST(PluginObject, InterfacesAndReferenceCounts)
 TEST(PluginObject, PublishedDriverInterfaceIsKeptOnceAndReleased)
 {
     IPrintOemUni* plugin = createPlugin();
-    fake::DriverUni first, second;
+    host::DriverUni first, second;
     EXPECT_EQ(plugin->PublishDriverInterface(&first), S_OK);
-    EXPECT_EQ(first.refs, 2);
+    EXPECT_EQ(first.references(), 2);
     EXPECT_EQ(plugin->PublishDriverInterface(&second), S_OK);
-    EXPECT_EQ(second.refs, 1);  // not asked again
+    EXPECT_EQ(second.references(), 1);  // not asked again
     EXPECT_EQ(plugin->DisableDriver(), S_OK);
-    EXPECT_EQ(first.refs, 1);
+    EXPECT_EQ(first.references(), 1);
     EXPECT_EQ(plugin->PublishDriverInterface(&second), S_OK);
-    EXPECT_EQ(second.refs, 2);
+    EXPECT_EQ(second.references(), 2);
     plugin->Release();  // the destructor releases what is still held
-    EXPECT_EQ(second.refs, 1);
+    EXPECT_EQ(second.references(), 1);
 
-    struct NoDriver final : fake::DriverUni {
+    struct NoDriver final : host::DriverUni {
         HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override
         {
             *ppv = nullptr;

@@ -72,7 +72,7 @@ protected:
     testkit::TempRoot root;
     HANDLE printer = nullptr;
     IOemUni* plugin = nullptr;
-    fake::DriverUni uni;
+    host::DriverUni uni;
     std::vector<DRVFN> functions;
 };
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "config/config.h"
+#include "driver_uni.h"
 #include "device/xpdv.h"
 #include "page/textpage.h"
 
@@ -13,31 +14,13 @@
 
 namespace fixtures {
 
-// The universal driver's helper interface, keeping every spooled byte.
-class SpoolRecorder final : public IPrintOemDriverUni {
-public:
+// What the plug-in spools through the host's helper interface.
+struct SpoolRecorder {
     std::vector<uint8_t> bytes;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override { return *ppv = nullptr, E_NOINTERFACE; }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE DrvWriteSpoolBuf(PDEVOBJ, PVOID pBuffer, DWORD cbSize, DWORD* pdwResult) override
-    {
-        bytes.insert(bytes.end(), static_cast<uint8_t*>(pBuffer), static_cast<uint8_t*>(pBuffer) + cbSize);
-        if (pdwResult)
-            *pdwResult = cbSize;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE DrvGetDriverSetting(PVOID, PCSTR, PVOID, DWORD, PDWORD,
-                                                  PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvXMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvYMoveTo(PDEVOBJ, INT, DWORD, INT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvGetStandardVariable(PDEVOBJ, DWORD, PVOID, DWORD,
-                                                     PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvGetGPDData(PDEVOBJ, DWORD, PVOID, PVOID, DWORD, PDWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvUniTextOut(SURFOBJ*, STROBJ*, FONTOBJ*, CLIPOBJ*, RECTL*, RECTL*, BRUSHOBJ*,
-                                            BRUSHOBJ*, POINTL*, MIX) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DrvWriteAbortBuf(PDEVOBJ, PVOID, DWORD, DWORD) override { return E_NOTIMPL; }
+    host::DriverUni uni{[this](const BYTE* data, DWORD size) {
+        bytes.insert(bytes.end(), data, data + size);
+        return true;
+    }};
 };
 
 // One device with a white cx x cy surface at dpi dots per inch (rf = dpi / 20).
@@ -52,7 +35,7 @@ public:
         devobj.pdevOEM = &record;
         devobj.pPublicDM = &devmode;
         record.pConfig = &config;
-        record.pUni = &spool;
+        record.pUni = &spool.uni;
         record.pTextPage = TextPage_new(cx, cy, TEXTPAGE_TYPE_ZERO);
         surface.dhpdev = reinterpret_cast<DHPDEV>(&devobj);
         surface.sizlBitmap.cx = (LONG)cx;

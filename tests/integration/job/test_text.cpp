@@ -1,0 +1,421 @@
+// Text through the host and the plug-in: braille cells from the font list,
+// character shapes, text passed on as graphics, and text dropped.
+#include "job_fixture.h"
+
+#include "braille_table.h"
+#include "png_image.h"
+#include "text_job.h"
+#include "text_services.h"
+
+#include <map>
+#include <set>
+
+namespace {
+
+using CellAt = std::pair<unsigned, unsigned>;  // column, row
+using Cells = std::map<CellAt, int>;           // every cell that is not blank, with its dot value
+
+constexpr int kBrailleDot = 15;
+
+// The non-blank cells of the stream's first page (and only page).
+Cells cellsOf(const std::vector<uint8_t>& stream)
+{
+    formats::DecodedStream decoded = formats::decodeStream(stream.data(), stream.size());
+    EXPECT_TRUE(decoded.ok) << decoded.problem.message;
+    Cells cells;
+    if (decoded.pages.empty())
+        return cells;
+    const formats::DecodedPage& page = decoded.pages[0];
+    for (unsigned y = 0; y < page.header.height; ++y)
+        for (unsigned x = 0; x < page.columns; ++x)
+            if (int v = page.cells[(size_t)y * page.columns + x]; v != 0 && v != 255)
+                cells[{x, y}] = v;
+    return cells;
+}
+
+braille::Table tableOf(const std::string& text)
+{
+    braille::Table table;
+    std::vector<braille::Problem> problems;
+    EXPECT_TRUE(braille::parseTable(text, table, problems));
+    return table;
+}
+
+// A test font: "A" with dots at row 0 position 0 and row 1 position 1, "B" at
+// row 0 position 0 and row 2 position 1, the space blank; nothing else.
+const char* kTestTable = "A 15\nB 16\nSPACE -\n";
+
+host::TextOp text(const std::string& s, const std::string& face, int x, int y, int size, host::Rgb color = {})
+{
+    host::TextOp op;
+    op.text = s, op.face = face, op.x = x, op.y = y, op.size = size, op.color = color;
+    return op;
+}
+
+constexpr host::Rgb kEmboss{6, 7, 8};
+constexpr host::Rgb kInk{5, 6, 7};
+
+// Where the braille of a run lands at magnification 1: each glyph's cell at
+// its origin's column and the first cell row at or below the run's top.
+Cells brailleCells(const host::TextOp& op, const braille::Table& table, int rf, int top)
+{
+    auto run = host::layoutText(op, {0, 0});
+    Cells cells;
+    for (size_t i = 0; i < run->glyphs.size(); ++i) {
+        unsigned column = (unsigned)(run->glyphs[i].ptl.x / rf), row = (unsigned)((top + rf - 1) / rf);
+        for (const braille::Cell& c : table.cells) {
+            if (c.code != run->codes[i])
+                continue;
+            for (int k = 0; k < 8; ++k) {
+                static const unsigned kPos[8] = {0, 0, 0, 1, 1, 1, 0, 1}, kRow[8] = {0, 1, 2, 0, 1, 2, 3, 3};
+                if (c.dots & (1 << k))
+                    cells[{column + kPos[k], row + kRow[k]}] = kBrailleDot;
+            }
+            break;
+        }
+    }
+    return cells;
+}
+
+// The pixels of a run's character shapes, as cells at rf 1.
+std::set<CellAt> shapeOf(const host::TextOp& op)
+{
+    auto run = host::layoutText(op, {0, 0});
+    std::set<CellAt> pixels;
+    for (const GLYPHPOS& gp : run->glyphs) {
+        const GLYPHBITS* bits = host::glyphBits(*run->fontObject.font, gp.hg);
+        for (LONG y = 0; bits && y < bits->sizlBitmap.cy; ++y)
+            for (LONG x = 0; x < bits->sizlBitmap.cx; ++x)
+                if (bits->aj[y * ((bits->sizlBitmap.cx + 7) / 8) + x / 8] & (0x80 >> (x % 8)))
+                    pixels.insert({(unsigned)(gp.ptl.x + bits->ptlOrigin.x + x),
+                                   (unsigned)(gp.ptl.y + bits->ptlOrigin.y + y)});
+    }
+    return pixels;
+}
+
+std::set<CellAt> keys(const Cells& cells)
+{
+    std::set<CellAt> at;
+    for (const auto& [cell, value] : cells)
+        at.insert(cell);
+    return at;
+}
+
+class Text : public jobtest::JobTest {
+protected:
+    // A font file in the root made from table text; its path for the font list.
+    std::string font(const std::string& name, const std::string& table)
+    {
+        std::string path = root->path() + "/" + name + ".dp";
+        testkit::writeFile(path, braille::writeFont(tableOf(table)));
+        return path;
+    }
+    std::string bundled(const std::string& name)
+    {
+        return font(name, testkit::readFile(std::string(PUMEX_TEST_DATA) + "/../../data/fonts/" + name + ".txt"));
+    }
+    // The printer with the test font for "DejaVu Sans Mono" and the bundled
+    // Unicode patterns for "DejaVu Sans"; "DejaVu Serif" is not listed.
+    void printerWithFonts(const std::string& config = "", const std::string& monoFont = "")
+    {
+        std::string mono = monoFont.empty() ? font("test", kTestTable) : monoFont;
+        printer(config, "\"DejaVu Sans Mono\": \"" + mono + "\", \"DejaVu Sans\": \"" + bundled("unicode-braille") +
+                            "\"");
+    }
+    // One page of `cells` x `cells` cells at rf (print quality 20 rf).
+    static host::JobSpec page(int rf, int cells, std::vector<host::Op> ops)
+    {
+        host::JobSpec job;
+        job.source = "text job";
+        job.devmode.printQuality = job.devmode.yResolution = (int16_t)(20 * rf);
+        job.devmode.paperWidth = job.devmode.paperLength = (int16_t)(cells * 254 / 20);
+        job.pages.push_back(host::PageSpec{std::move(ops)});
+        return job;
+    }
+    Cells print(const host::JobSpec& job)
+    {
+        run(job);
+        return cellsOf(spooled);
+    }
+};
+
+TEST_F(Text, BrailleGlyphsSnapToTheDotGrid)
+{
+    // rf 6, magnification 1, a glyph with dots at row 0 position 0 and row 1
+    // position 1 at (50, 100): the origin moves to (48, 102), the dots land on
+    // pixels (48, 102) and (54, 108): cells (8, 17) and (9, 18).
+    const Cells expected{{{8, 17}, kBrailleDot}, {{9, 18}, kBrailleDot}};
+    struct Case {
+        const char* name;
+        const char* config;
+    } cases[] = {
+        {"magnification 1", ""},
+        {"magnification 0, raised to 1", "\"Magnification\": {\"type\": \"dword\", \"value\": 0}"},
+    };
+    for (const Case& c : cases) {
+        printerWithFonts(c.config);
+        EXPECT_EQ(print(page(6, 40, {text("A", "DejaVu Sans Mono", 50, 100, 20)})), expected) << c.name;
+    }
+}
+
+TEST_F(Text, InterpointPutsBrailleOnEvenDotRows)
+{
+    struct Case {
+        int y;
+        unsigned row;  // of the glyph's first dot row
+    } cases[] = {{100, 16}, {110, 18}, {95, 16}};
+    printerWithFonts("\"InterPoint\": {\"type\": \"dword\", \"value\": 1}");
+    for (const Case& c : cases) {
+        const Cells expected{{{8, c.row}, kBrailleDot}, {{9, c.row + 1}, kBrailleDot}};
+        EXPECT_EQ(print(page(6, 40, {text("A", "DejaVu Sans Mono", 50, c.y, 20)})), expected) << "y " << c.y;
+    }
+}
+
+TEST_F(Text, AVerticalRunTurnsItsCellsAQuarterTurn)
+{
+    // "B": row 0 position 0 goes to (x0, y0 + 2 step), row 2 position 1 to
+    // (x0 + 2 step, y0 + step).
+    printerWithFonts();
+    host::TextOp op = text("B", "DejaVu Sans Mono", 50, 100, 20);
+    op.vertical = true;
+    EXPECT_EQ(print(page(6, 40, {op})), (Cells{{{8, 19}, kBrailleDot}, {{10, 18}, kBrailleDot}}));
+}
+
+TEST_F(Text, SimulatedItalicGreysTheWholeCellExceptForASpace)
+{
+    printerWithFonts();
+    host::TextOp op = text("A ", "DejaVu Sans Mono", 50, 100, 20);
+    op.italic = true;
+    Cells cells = print(page(6, 40, {op}));
+    std::set<CellAt> grid;
+    for (unsigned r = 17; r < 20; ++r)
+        for (unsigned c = 8; c < 10; ++c)
+            grid.insert({c, r});
+    EXPECT_EQ(keys(cells), grid);  // the space after it writes nothing
+    for (const auto& [at, value] : cells) {
+        bool dot = at == CellAt{8, 17} || at == CellAt{9, 18};
+        EXPECT_EQ(value == kBrailleDot, dot) << at.first << "," << at.second;
+        EXPECT_GT(value, 0);
+    }
+}
+
+TEST_F(Text, ALineInAMappedFaceGivesTheCellsOfItsCharacters)
+{
+    // Computer braille for the mono face; rf 6, every glyph two columns apart.
+    std::string computer = bundled("computer-braille");
+    printerWithFonts("", computer);
+    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
+                                                     "/../../data/fonts/computer-braille.txt"));
+    host::TextOp op = text("Braille 29, (x+y)!", "DejaVu Sans Mono", 13, 61, 20);
+    for (bool glyphIndex : {false, true}) {
+        op.glyphIndex = glyphIndex;
+        Cells expected = brailleCells(text(op.text, op.face, op.x, op.y, op.size), table, 6, op.y);
+        EXPECT_GT(expected.size(), 20u);
+        EXPECT_EQ(print(page(6, 80, {op})), expected) << (glyphIndex ? "glyph indices" : "characters");
+    }
+}
+
+TEST_F(Text, AParagraphOfBraillePatternsCellByCell)
+{
+    printerWithFonts();
+    braille::Table table = braille::unicodePatternsTable();
+    const char* lines[] = {"⠠⠞⠑⠭⠞ ⠊⠝ ⠃⠗⠁⠊⠇⠇⠑", "⣿⣀⡀⢀⠉⠒⠤", "⠁⠃⠉⠙⠑⠋⠛⠓⠊⠚"};
+    std::vector<host::Op> ops;
+    Cells expected;
+    for (int i = 0; i < 3; ++i) {
+        host::TextOp op = text(lines[i], "DejaVu Sans", 7, 31 + 36 * i, 18);
+        ops.push_back(op);
+        Cells line = brailleCells(op, table, 6, op.y);
+        expected.insert(line.begin(), line.end());
+    }
+    EXPECT_EQ(print(page(6, 100, ops)), expected);
+}
+
+TEST_F(Text, TextAcrossABandBoundaryMatchesTheWholePage)
+{
+    printerWithFonts();
+    host::JobSpec job = page(6, 40, {text("AB AB", "DejaVu Sans Mono", 20, 100, 20),
+                                     text("Serif", "DejaVu Serif", 20, 130, 30, kEmboss)});
+    job.surface.banding = false;
+    Cells whole = print(job);
+    EXPECT_FALSE(whole.empty());
+    for (int bandHeight : {102, 108, 120, 138}) {
+        job.surface.banding = true;
+        job.surface.bandHeight = bandHeight;
+        EXPECT_EQ(print(job), whole) << "bands of " << bandHeight;
+    }
+}
+
+TEST_F(Text, ShapesForEmbossColourAndMissingGlyphsPixelForPixel)
+{
+    // rf 1: every pixel is a cell. The test font has no "é" and no "g".
+    struct Case {
+        const char* name;
+        host::TextOp op;
+    } cases[] = {
+        {"emboss colour, unlisted face", text("Shape", "DejaVu Serif", 10, 10, 40, kEmboss)},
+        {"missing from the braille font", text("ég", "DejaVu Sans Mono", 10, 10, 40)},
+    };
+    printerWithFonts();
+    for (const Case& c : cases) {
+        Cells cells = print(page(1, 200, {c.op}));
+        EXPECT_EQ(keys(cells), shapeOf(c.op)) << c.name;
+        for (const auto& [at, value] : cells)
+            ASSERT_EQ(value, kBrailleDot) << c.name;
+    }
+    EXPECT_NE(root->log().find("missing glyph: 233, printing image"), std::string::npos);
+}
+
+TEST_F(Text, OtherTextIsPassedOnOrDroppedAndInkNeverEmbosses)
+{
+    struct Case {
+        const char* name;
+        int embossStandardTexts;
+        host::TextOp op;
+        bool passedOn;  // embossed as graphics
+    } cases[] = {
+        {"black, unlisted, dropped", 0, text("Ink", "DejaVu Serif", 10, 10, 40), false},
+        {"black, unlisted, passed on", 1, text("Ink", "DejaVu Serif", 10, 10, 40), true},
+        {"ink colour, unlisted", 1, text("Ink", "DejaVu Serif", 10, 10, 40, kInk), false},
+        {"ink colour, listed", 1, text("AB", "DejaVu Sans Mono", 10, 10, 40, kInk), false},
+        {"ink colour, missing glyphs", 1, text("ég", "DejaVu Sans Mono", 10, 10, 40, kInk), false},
+    };
+    for (const Case& c : cases) {
+        printerWithFonts("\"EmbossStandardTexts\": {\"type\": \"dword\", \"value\": " +
+                         std::to_string(c.embossStandardTexts) + "}");
+        Cells cells = print(page(1, 200, {c.op}));
+        EXPECT_EQ(keys(cells), c.passedOn ? shapeOf(c.op) : std::set<CellAt>{}) << c.name;
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
+{
+    // Two copies of a page at rf 5: a heading in the mono face (computer
+    // braille) and the bundled photograph under it.
+    printerWithFonts("", bundled("computer-braille"));
+    const std::string photo = std::string(PUMEX_TEST_DATA) + "/../../data/samples/landscape-photo.png";
+    host::ImageRef picture{photo, 0, 0};
+    std::string error;
+    ASSERT_TRUE(host::readPngSize(photo, picture.width, picture.height, error)) << error;
+    host::TextOp heading = text("Mountains at dusk", "DejaVu Sans Mono", 50, 25, 25);
+    host::ImageOp image;
+    image.x = 50, image.y = 100, image.width = 600, image.height = 380;
+    host::JobSpec job = page(5, 140, {heading, image});
+    job.images.push_back(picture);
+    job.devmode.copies = 2;
+    run(job);
+
+    formats::DecodedStream decoded = formats::decodeStream(spooled.data(), spooled.size());
+    ASSERT_TRUE(decoded.ok) << decoded.problem.message;
+    ASSERT_EQ(decoded.pages.size(), 2u);
+    EXPECT_EQ(decoded.pages[0].cells, decoded.pages[1].cells);
+
+    Cells cells = cellsOf(spooled);
+    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
+                                                     "/../../data/fonts/computer-braille.txt"));
+    Cells expected = brailleCells(heading, table, 5, heading.y);
+    Cells above, photograph;
+    std::set<int> heights;
+    for (const auto& [at, value] : cells) {
+        (at.second < 20 ? above : photograph)[at] = value;
+        if (at.second >= 20)
+            heights.insert(value);
+    }
+    EXPECT_EQ(above, expected);
+    // The photograph: only graded dot heights, inside its own cells.
+    EXPECT_GE(heights.size(), 5u);
+    EXPECT_EQ(heights.count(kBrailleDot), 0u);
+    for (const auto& [at, value] : photograph) {
+        EXPECT_TRUE(at.first >= 10 && at.first < 130 && at.second >= 20 && at.second < 96)
+            << at.first << "," << at.second;
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(TextFile, LinesWrapAtSpacesAndFillPages)
+{
+    using Pages = std::vector<std::vector<std::u16string>>;
+    struct Case {
+        const char16_t* text;
+        Pages pages;  // 6 characters a line, 2 lines a page
+    } cases[] = {
+        {u"", {{}}},
+        {u"one\r\ntwo\n", {{u"one", u"two"}}},
+        {u"a bb ccc dddd", {{u"a bb", u"ccc"}, {u"dddd"}}},
+        {u"abcdefghij", {{u"abcdef", u"ghij"}}},
+        {u"x\fy\tz", {{u"x"}, {u"y z"}}},
+        {u"1\n2\n3\n\n5", {{u"1", u"2"}, {u"3", u""}, {u"5"}}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(host::layOutText(c.text, 6, 2), c.pages);
+}
+
+TEST_F(Text, ATextFilePrintsAsBraillePagesInTheFirstMappedFace)
+{
+    printerWithFonts("", bundled("computer-braille"));
+    host::ImageJobOptions options;
+    std::string letter(70 * 30, 'x');  // 70 lines' worth of one long word: pages of cut lines
+    host::JobSpec job = host::textJob("letter.txt", "Dear reader,\n" + letter, options);
+    ASSERT_GT(job.pages.size(), 1u);
+    const auto& first = std::get<host::TextOp>(job.pages[0].ops[0]);
+    EXPECT_EQ(first.face, "DejaVu Sans Mono");
+    EXPECT_EQ(first.text, "Dear reader,");
+    // Three positions a character at rf 5.
+    auto laid = host::layoutText(first, {0, 0});
+    EXPECT_EQ(laid->glyphs[1].ptl.x - laid->glyphs[0].ptl.x, 3 * 5);
+
+    run(job);
+    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
+                                                     "/../../data/fonts/computer-braille.txt"));
+    Cells firstLine;
+    for (const auto& [at, value] : cellsOf(spooled))
+        if (at.second < (unsigned)(first.y / 5 + 4))
+            firstLine[at] = value;
+    EXPECT_EQ(firstLine, brailleCells(first, table, 5, first.y));
+    EXPECT_THROW(host::textJob("bad.txt", "caf\xC3", options), host::JobError);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Text, TheHostsGdiCallsServeItsOwnHandlesOnly)
+{
+    HDC dc = CreateDCW(u"DISPLAY", nullptr, nullptr, nullptr);
+    HFONT font = CreateFontW(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, u"DejaVu Sans Mono");
+    ASSERT_TRUE(dc && font);
+    SetLastError(0xdeadbeef);
+    EXPECT_EQ(GetFontUnicodeRanges(dc, nullptr), 0u) << "no font selected";
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_HANDLE);
+    EXPECT_EQ(SelectObject(dc, font), nullptr);  // nothing was selected before
+
+    DWORD size = GetFontUnicodeRanges(dc, nullptr);
+    std::vector<uint8_t> block(size);
+    auto* set = reinterpret_cast<GLYPHSET*>(block.data());
+    ASSERT_EQ(GetFontUnicodeRanges(dc, set), size);
+    EXPECT_EQ(set->cbThis, size);
+    EXPECT_EQ(set->ranges[0].wcLow, u' ');  // the printable ASCII run comes first
+    EXPECT_GE(set->ranges[0].cGlyphs, 95);
+    WORD indices[2] = {};
+    EXPECT_EQ(GetGlyphIndicesW(dc, u"A\uE000", 2, indices, 0), 2u);
+    EXPECT_NE(indices[0], 0);
+    EXPECT_EQ(indices[1], 0) << "a character the face lacks";
+
+    EXPECT_TRUE(DeleteObject(font));
+    EXPECT_TRUE(DeleteDC(dc));
+    for (BOOL again : {DeleteDC(dc), DeleteObject(font), DeleteDC(reinterpret_cast<HDC>(&block))}) {
+        EXPECT_FALSE(again);
+    }
+    SetLastError(0xdeadbeef);
+    EXPECT_EQ(SelectObject(dc, nullptr), nullptr);
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_HANDLE);
+}
+
+}  // namespace

@@ -1,0 +1,40 @@
+// Helpers of the host tests: a folder of job files and pictures, and pages
+// drawn by the host's own driver functions (no plug-in in between).
+#pragma once
+
+#include "job_file.h"
+#include "png_image.h"
+#include "surface.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace hosttest {
+
+// A temporary folder, removed with everything in it at the end of the test.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    std::string path(const std::string& name) const { return path_ + "/" + name; }
+    std::string write(const std::string& name, const std::string& text) const;
+    // A picture whose pixel (i, j) is pictureColor(i, j).
+    std::string writePicture(const std::string& name, int width, int height) const;
+
+private:
+    std::string path_;
+};
+
+host::Rgb pictureColor(int i, int j);
+
+// Draws one page of the job into a surface of cx x cy pixels whose top-left
+// is `origin` on the page (of pageSize; the surface's own size when not
+// given), through the host's own driver functions.
+std::unique_ptr<host::Surface> drawBand(const host::JobSpec& job, size_t page, POINT origin, int cx, int cy,
+                                        SIZEL pageSize = {0, 0});
+
+}  // namespace hosttest

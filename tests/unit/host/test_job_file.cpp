@@ -1,0 +1,150 @@
+// Job files: every bad file is refused with one line naming the file, the key
+// and what is wrong; good files and pictures become the job as written.
+#include "host_fixture.h"
+
+#include "job_file.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using hosttest::Folder;
+
+std::string refusal(const std::string& path)
+{
+    try {
+        host::loadJob(path);
+    } catch (const host::JobError& e) {
+        return e.what();
+    }
+    return "(accepted)";
+}
+
+TEST(JobFile, BadFilesAreRefusedNamingTheKey)
+{
+    Folder dir;
+    dir.write("not.png", "not a picture");
+    dir.writePicture("pic.png", 4, 3);
+    const std::string page = R"("pages": [{"ops": []}])";
+    struct Case {
+        std::string json;
+        std::string message;  // after "<file>: "
+    } cases[] = {
+        {"{" + page + R"(, "colour": 1})", "colour: unknown key"},
+        {R"({"pages": []})", "pages: the job has no pages"},
+        {R"({"printer": "Pumex Embosser"})", "pages: missing"},
+        {R"({"pages": {"ops": []}})", "pages: must be a list of pages"},
+        {R"({"pages": [{"ops": [], "size": 2}]})", "pages[0].size: unknown key"},
+        {R"({"devmode": {"dpi": 100}, )" + page + "}", "devmode.dpi: unknown key"},
+        {R"({"devmode": {"printQuality": "100"}, )" + page + "}", "devmode.printQuality: must be a whole number"},
+        {R"({"devmode": {"copies": -1}, )" + page + "}", "devmode.copies: -1 is out of range (0 to 32767)"},
+        {R"({"devmode": {"yResolution": 40000}, )" + page + "}",
+         "devmode.yResolution: 40000 is out of range (1 to 32767)"},
+        {R"({"devmode": {"orientation": "sideways"}, )" + page + "}",
+         "devmode.orientation: must be \"portrait\" or \"landscape\""},
+        {R"({"devmode": {"collate": 1}, )" + page + "}", "devmode.collate: must be true or false"},
+        {R"({"devmode": {"paperWidth": 2100}, )" + page + "}", "devmode.paperLength: missing"},
+        {R"({"devmode": {"paperSize": 9, "formName": "A4"}, )" + page + "}",
+         "devmode: give the paper one way: paperWidth and paperLength, paperSize, or formName"},
+        {R"({"surface": {"format": "8bpp"}, )" + page + "}", "surface.format: must be \"24bpp\" or \"1bpp\""},
+        {R"({"surface": {"bandHeight": 0}, )" + page + "}", "surface.bandHeight: 0 is out of range (1 to 65535)"},
+        {R"({"controlFlags": 7, )" + page + "}", "controlFlags: must be a text"},
+        {R"({"pages": [{"ops": [{"circle": [1, 2, 3]}]}]})",
+         "pages[0].ops[0].circle: unknown operation (rect, image, line or text)"},
+        {R"({"pages": [{"ops": [{"rect": [0, 0, 5, 5], "colour": [0, 0, 0]}]}]})",
+         "pages[0].ops[0].colour: unknown key"},
+        {R"({"pages": [{"ops": [{"rect": [5, 0, 4, 5]}]}]})",
+         "pages[0].ops[0].rect: x0 must not exceed x1, nor y0 y1"},
+        {R"({"pages": [{"ops": [{"rect": [0, 0, 5]}]}]})",
+         "pages[0].ops[0].rect: must be four numbers [x0, y0, x1, y1]"},
+        {R"({"pages": [{"ops": [{"rect": [0, 0, 5, 5], "fill": [0, 256, 0]}]}]})",
+         "pages[0].ops[0].fill[1]: 256 is out of range (0 to 255)"},
+        {R"({"pages": [{"ops": []}, {"ops": [{"line": [0, 0, 5, 5], "width": 0}]}]})",
+         "pages[1].ops[0].width: 0 is out of range (1 to 1000)"},
+        {R"({"pages": [{"ops": [{"image": "pic.png", "y": 0}]}]})", "pages[0].ops[0].x: missing"},
+        {R"({"pages": [{"ops": [{"image": "pic.png", "x": 0, "y": 0, "width": 0}]}]})",
+         "pages[0].ops[0].width: 0 is out of range (1 to 65535)"},
+        {R"({"pages": [{"ops": [{"image": "nothere.png", "x": 0, "y": 0}]}]})",
+         "pages[0].ops[0].image: " + dir.path("nothere.png") + ": No such file or directory"},
+        {R"({"pages": [{"ops": [{"text": "Hi", "x": 0, "y": 0, "size": 12}]}]})", "pages[0].ops[0].face: missing"},
+        {R"({"pages": [{"ops": [{"text": "Hi", "face": "DejaVu Sans", "x": 0, "y": 0, "size": 12, "bold": true}]}]})",
+         "pages[0].ops[0].bold: unknown key"},
+        {R"({"pages": [{"ops": [{"x": 0, "text": "Hi"}]}]})",
+         "pages[0].ops[0].x: unknown operation (rect, image, line or text)"},
+        {R"({"pages": [)", "not a JSON document (at byte 12)"},
+    };
+    for (const Case& c : cases) {
+        std::string path = dir.write("job.json", c.json);
+        EXPECT_EQ(refusal(path), path + ": " + c.message) << c.json;
+    }
+    std::string path = dir.write("job.json", R"({"pages": [{"ops": [{"image": "not.png", "x": 0, "y": 0}]}]})");
+    EXPECT_EQ(refusal(path).rfind(path + ": pages[0].ops[0].image: " + dir.path("not.png") + ": not a readable PNG", 0),
+              0u)
+        << refusal(path);
+    EXPECT_EQ(refusal(dir.path("absent.json")), dir.path("absent.json") + ": cannot read the job file: No such file or directory");
+}
+
+TEST(JobFile, AGoodFileBecomesTheJobAsWritten)
+{
+    Folder dir;
+    dir.writePicture("pic.png", 4, 3);
+    std::string path = dir.write("job.json", R"({
+      "printer": "Other", "controlFlags": "INTERPOINT=1",
+      "devmode": {"paperSize": 9, "printQuality": 120, "orientation": "landscape", "copies": 2, "collate": true},
+      "surface": {"format": "1bpp", "banding": false, "bandHeight": 50},
+      "pages": [
+        {"ops": [{"rect": [1, 2, 3, 4], "fill": [9, 8, 7]}, {"image": "pic.png", "x": 5, "y": 6},
+                 {"line": [0, 1, 2, 3]}]},
+        {"ops": [{"image": "pic.png", "x": -1, "y": 0, "width": 8, "height": 6},
+                 {"text": "Hi", "face": "DejaVu Sans", "x": 1, "y": 2, "size": 12, "italic": true}]}]})");
+    host::JobSpec job = host::loadJob(path);
+    EXPECT_EQ(job.printer, "Other");
+    EXPECT_EQ(job.controlFlags.value_or(""), "INTERPOINT=1");
+    EXPECT_EQ(job.devmode.paperSize.value_or(0), 9);
+    EXPECT_EQ(job.devmode.yResolution, 120);  // follows the print quality unless given
+    EXPECT_TRUE(job.devmode.landscape && job.devmode.collate);
+    EXPECT_EQ(job.surface.format, host::SurfaceFormat::Mono1);
+    EXPECT_FALSE(job.surface.banding);
+    ASSERT_EQ(job.images.size(), 1u);  // one picture, listed once
+    EXPECT_EQ(job.images[0].width, 4);
+    ASSERT_EQ(job.pages.size(), 2u);
+    const auto& rect = std::get<host::RectOp>(job.pages[0].ops[0]);
+    EXPECT_EQ(rect.x1, 3);
+    EXPECT_EQ(rect.fill, (host::Rgb{9, 8, 7}));
+    EXPECT_EQ(std::get<host::ImageOp>(job.pages[0].ops[1]).height, 3);  // its own size
+    EXPECT_EQ(std::get<host::LineOp>(job.pages[0].ops[2]).width, 1);
+    EXPECT_EQ(std::get<host::ImageOp>(job.pages[1].ops[0]).width, 8);
+    EXPECT_TRUE(std::get<host::TextOp>(job.pages[1].ops[1]).italic);
+}
+
+TEST(JobFile, TheBundledSamplesLoad)
+{
+    for (const char* name : {"graphics.json", "double-sided.json"})
+        EXPECT_NO_THROW(host::loadJob(std::string(PUMEX_TEST_SAMPLES) + "/" + name)) << name;
+}
+
+TEST(JobFile, APictureIsScaledToFitTheLetterPageAndCentred)
+{
+    Folder dir;
+    std::string picture = dir.writePicture("pic.png", 40, 30);
+    struct Case {
+        bool landscape;
+        int x, y, width, height;
+    } cases[] = {
+        {false, 0, 231, 850, 637},  // 850 x 1100 page: the width decides
+        {true, 0, 12, 1100, 825},   // 1100 x 850 page
+    };
+    for (const Case& c : cases) {
+        host::ImageJobOptions options;
+        options.landscape = c.landscape;
+        options.doubleSided = true;
+        host::JobSpec job = host::imageJob(picture, options);
+        ASSERT_EQ(job.pages.size(), 1u);
+        const auto& op = std::get<host::ImageOp>(job.pages[0].ops.at(0));
+        EXPECT_EQ((std::vector<int>{op.x, op.y, op.width, op.height}), (std::vector<int>{c.x, c.y, c.width, c.height}));
+        EXPECT_EQ(job.controlFlags.value_or(""), "INTERPOINT=1");
+    }
+    EXPECT_THROW(host::imageJob(dir.path("none.png"), {}), host::JobError);
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+// Drawing through the host's own driver functions: rectangles, pictures at
+// their own size and lines land on exactly the pixels the job names, on
+// 24-bpp and 1-bpp surfaces; a page drawn band by band equals the page drawn
+// whole; what the host cannot draw is an error, never silence.
+#include "host_fixture.h"
+
+#include "driver_functions.h"
+#include "page_replay.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using hosttest::drawBand;
+using hosttest::Folder;
+using host::Rgb;
+
+const Rgb kWhite{255, 255, 255}, kBlack{0, 0, 0};
+
+host::JobSpec onePage(std::vector<host::Op> ops, host::SurfaceFormat format = host::SurfaceFormat::Rgb24)
+{
+    host::JobSpec job;
+    job.source = "job.json";
+    job.surface.format = format;
+    job.pages.push_back({std::move(ops)});
+    return job;
+}
+
+// Every pixel of the surface against what `expected` says it must be.
+template <typename Fn>
+int mismatches(const host::Surface& s, Fn expected)
+{
+    int bad = 0;
+    for (int y = 0; y < s.height(); ++y)
+        for (int x = 0; x < s.width(); ++x)
+            if (!(s.pixel(x, y) == expected(x, y)) && bad++ < 5)
+                ADD_FAILURE() << "pixel (" << x << ", " << y << ")";
+    return bad;
+}
+
+TEST(Render, ARectangleCoversExactlyItsHalfOpenArea)
+{
+    struct Case {
+        host::SurfaceFormat format;
+        Rgb fill, expected;
+    } cases[] = {
+        {host::SurfaceFormat::Rgb24, {200, 10, 30}, {200, 10, 30}},
+        {host::SurfaceFormat::Mono1, {20, 20, 20}, kBlack},
+        {host::SurfaceFormat::Mono1, {230, 230, 230}, kWhite},
+    };
+    for (const Case& c : cases) {
+        auto s = drawBand(onePage({host::RectOp{10, 20, 30, 25, c.fill}, host::RectOp{60, 60, 90, 90, c.fill}},
+                                  c.format),
+                          0, {0, 0}, 64, 64);
+        EXPECT_EQ(mismatches(*s, [&](int x, int y) {
+                      bool in = (x >= 10 && x < 30 && y >= 20 && y < 25) || (x >= 60 && y >= 60);
+                      return in ? c.expected : kWhite;
+                  }),
+                  0);
+    }
+}
+
+TEST(Render, APictureAtItsOwnSizeLandsPixelForPixel)
+{
+    Folder dir;
+    host::JobSpec job = onePage({});
+    job.images.push_back({dir.writePicture("pic.png", 7, 5), 7, 5});
+    struct Case {
+        int x, y;  // partly off the surface in the last two
+    } cases[] = {{3, 4}, {-2, 1}, {60, 62}};
+    for (const Case& c : cases) {
+        job.pages[0].ops = {host::ImageOp{0, c.x, c.y, 7, 5}};
+        auto s = drawBand(job, 0, {0, 0}, 64, 64);
+        EXPECT_EQ(mismatches(*s, [&](int x, int y) {
+                      int i = x - c.x, j = y - c.y;
+                      return i >= 0 && i < 7 && j >= 0 && j < 5 ? hosttest::pictureColor(i, j) : kWhite;
+                  }),
+                  0)
+            << c.x << ", " << c.y;
+    }
+}
+
+TEST(Render, LinesCoverTheirWidthAboutTheirCentre)
+{
+    struct Case {
+        int width;
+        host::SurfaceFormat format;
+        int top, bottom;  // rows covered, inclusive
+    } cases[] = {
+        {1, host::SurfaceFormat::Rgb24, 30, 30},
+        {3, host::SurfaceFormat::Rgb24, 29, 31},
+        {5, host::SurfaceFormat::Mono1, 28, 32},
+    };
+    for (const Case& c : cases) {
+        auto s = drawBand(onePage({host::LineOp{10, 30, 50, 30, c.width, {0, 0, 0}},
+                                   host::LineOp{5, 40, 5, 60, c.width, {0, 0, 0}}},
+                                  c.format),
+                          0, {0, 0}, 64, 64);
+        int half = c.width / 2;
+        EXPECT_EQ(mismatches(*s, [&](int x, int y) {
+                      bool across = x >= 10 && x < 50 && y >= c.top && y <= c.bottom;
+                      bool down = y >= 40 && y < 60 && x >= 5 - half && x <= 5 + half;
+                      return across || down ? kBlack : kWhite;
+                  }),
+                  0)
+            << "width " << c.width;
+    }
+}
+
+// The same page whole and in bands of several heights, portrait and
+// landscape: every band pixel equals the page pixel under it.
+TEST(Render, BandsReplayedAtTheirOriginsGiveThePagePixels)
+{
+    Folder dir;
+    host::JobSpec job = onePage({});
+    job.images.push_back({dir.writePicture("pic.png", 13, 9), 13, 9});
+    job.pages[0].ops = {
+        host::RectOp{5, 5, 150, 90, {180, 180, 180}},
+        host::ImageOp{0, 20, 33, 13, 9},
+        host::ImageOp{0, 40, 70, 100, 57},  // stretched across several bands
+        host::LineOp{0, 0, 159, 119, 1, {0, 0, 0}},
+        host::LineOp{150, 10, 10, 110, 4, {10, 20, 30}},
+        host::RectOp{0, 99, 160, 101, {0, 0, 255}},
+    };
+    for (auto format : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1}) {
+        job.surface.format = format;
+        auto page = drawBand(job, 0, {0, 0}, 160, 120);
+        for (int band : {7, 32, 50}) {
+            for (int at = 0; at < 120; at += band) {  // portrait: bands down the page
+                auto s = drawBand(job, 0, {0, at}, 160, band, {160, 120});
+                EXPECT_EQ(mismatches(*s, [&](int x, int y) { return y + at < 120 ? page->pixel(x, y + at) : kWhite; }),
+                          0)
+                    << "band " << band << " at y " << at;
+            }
+            for (int at = 0; at < 160; at += band) {  // landscape: bands along x
+                auto s = drawBand(job, 0, {at, 0}, band, 120, {160, 120});
+                EXPECT_EQ(mismatches(*s, [&](int x, int y) { return x + at < 160 ? page->pixel(x + at, y) : kWhite; }),
+                          0)
+                    << "band " << band << " at x " << at;
+            }
+        }
+    }
+}
+
+TEST(Render, WhatTheHostCannotDrawIsAnErrorNamingTheCall)
+{
+    // Calls the plug-in could forward that the host does not carry out.
+    host::Surface surface(8, 8, host::SurfaceFormat::Rgb24);
+    host::HostDevice device;
+    surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+    host::DriverTable table;
+    RECTL r{0, 0, 4, 4};
+    struct Case {
+        BOOL result;
+        const char* failure;
+    } cases[] = {
+        {table.get<PFN_DrvBitBlt>(INDEX_DrvBitBlt)(surface.obj(), nullptr, nullptr, nullptr, nullptr, &r, nullptr,
+                                                   nullptr, nullptr, nullptr, 0x5A5A),
+         "raster operation 0x5A5A is not supported"},
+        {table.get<PFN_DrvPlgBlt>(INDEX_DrvPlgBlt)(surface.obj(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                   nullptr, nullptr, nullptr, 0),
+         "parallelogram transfers are not supported"},
+        {table.get<PFN_DrvGradientFill>(INDEX_DrvGradientFill)(surface.obj(), nullptr, nullptr, nullptr, 0, nullptr, 0,
+                                                               nullptr, nullptr, 0),
+         "gradient fills are not supported"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_FALSE(c.result);
+        device.failure.clear();
+    }
+    // Each refusal is recorded as it happens.
+    table.get<PFN_DrvAlphaBlend>(INDEX_DrvAlphaBlend)(surface.obj(), nullptr, nullptr, nullptr, &r, &r, nullptr);
+    EXPECT_EQ(device.failure, "alpha blending is not supported");
+}
+
+TEST(Render, TheHostsOwnBandsStepDownOrAlongThePageUntilItsEnd)
+{
+    struct Case {
+        bool landscape;
+        std::vector<POINTL> origins;
+    } cases[] = {
+        {false, {{0, 0}, {0, 300}, {0, 600}, {0, 900}, {-1, -1}}},
+        {true, {{0, 0}, {300, 0}, {-1, -1}}},
+    };
+    for (const Case& c : cases) {
+        host::Surface surface(c.landscape ? 300 : 850, c.landscape ? 850 : 300, host::SurfaceFormat::Mono1);
+        host::HostDevice device;
+        device.page = c.landscape ? host::PageSize{600, 850} : host::PageSize{850, 1000};
+        device.landscape = c.landscape;
+        device.bandHeight = 300;
+        surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+        host::DriverTable table;
+        std::vector<POINTL> seen(1);
+        ASSERT_TRUE(table.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding)(surface.obj(), &seen[0]));
+        while (seen.back().x != -1 && seen.size() < 10) {
+            seen.emplace_back();
+            ASSERT_TRUE(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(surface.obj(), &seen.back()));
+        }
+        ASSERT_EQ(seen.size(), c.origins.size());
+        for (size_t i = 0; i < seen.size(); ++i)
+            EXPECT_TRUE(seen[i].x == c.origins[i].x && seen[i].y == c.origins[i].y) << i;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// The fast image work against the straightforward versions, byte for byte,
+// on thousands of random surfaces.
+#include "reference.h"
+
+#include "image/adjust.h"
+#include "page/textpage.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using imagetest::RandomSurfaces;
+using imagetest::Surface;
+
+// A copy of a surface over its own bytes, at the same place in them (or none).
+struct Copy {
+    std::vector<BYTE> bits;
+    SURFOBJ so;
+    explicit Copy(const Surface& s) : bits(s.bits), so(s.so)
+    {
+        if (s.so.pvScan0)
+            so.pvScan0 = bits.data() + (static_cast<const BYTE*>(s.so.pvScan0) - s.bits.data());
+    }
+};
+
+TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
+{
+    RandomSurfaces random(14);
+    for (int round = 0; round < 6000; ++round) {
+        int rf = random.below(14) - 1;
+        Surface s = random.make(rf);
+        Copy expected(s);
+        reference::adjustBitMap(&expected.so, rf);
+        adjustBitMap(&s.so, rf);
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", format " << s.so.iBitmapFormat
+                                         << ", " << s.so.sizlBitmap.cx << " x " << s.so.sizlBitmap.cy;
+    }
+}
+
+// Every cell of a grid over the surface (cells past its edges included), in
+// page order, so that the ink each cell removes is gone for the next; every
+// weighting, surfaces without bits too.
+TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
+{
+    RandomSurfaces random(41);
+    const DWORD intensities[] = {0, 1, 2, 3, 4, 5, 6, 1000, 0xFFFFFFFF};
+    for (int round = 0; round < 4000; ++round) {
+        DWORD factor = (DWORD)random.below(17) + 1;
+        Surface s = random.make((int)factor);
+        if (random.below(20) == 0)
+            s.so.pvScan0 = nullptr;
+        Copy expected(s);
+        imagetest::Device device(intensities[random.below(9)], &s.so);
+        expected.so.dhpdev = s.so.dhpdev;
+        DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
+        for (DWORD y = 0; y < cy + factor; y += factor)
+            for (DWORD x = 0; x < cx + factor; x += factor) {
+                PixelColor got, want;
+                reference::getAreaColor(&expected.so, x, y, x + factor, y + factor, &want, factor);
+                getAreaColor(&s.so, x, y, x + factor, y + factor, &got, factor);
+                ASSERT_EQ(got, want) << "round " << round << ", cell at " << x << ", " << y << ", factor " << factor;
+            }
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
+// The table against getDotHeight cell by cell, over settings in and far out
+// of range, inverted or not, every dither value, and positions across the
+// dither matrix.
+TEST(CrossCheck, ToneTableMatchesGetDotHeight)
+{
+    RandomSurfaces random(7);
+    const INT extremes[] = {-100000, -101, -100, -1, 0, 1, 6, 99, 100, 101, 100000};
+    for (int round = 0; round < 3000; ++round) {
+        imagetest::ToneConfig config;
+        config->Brightness = random.below(3) ? random.below(241) - 120 : extremes[random.below(11)];
+        config->Contrast = random.below(3) ? random.below(241) - 120 : extremes[random.below(11)];
+        config->InvertColor = random.below(3);
+        config->dithering = random.below(5);
+        config->colorPattern = random.below(2) ? 0 : 2;
+        Config* settings = random.below(20) ? config.get() : nullptr;
+        ToneTable table;
+        ToneTable_init(&table, settings);
+        for (int cell = 0; cell < 64; ++cell) {
+            PixelColor c = random.colour();
+            DWORD x = (DWORD)random.below(1000), y = (DWORD)random.below(1000);
+            ASSERT_EQ(ToneTable_dotHeight(&table, x, y, &c), getDotHeight(settings, x, y, &c))
+                << "round " << round << ", colour " << c << ", brightness " << config->Brightness << ", contrast "
+                << config->Contrast;
+        }
+    }
+}
+
+// The marker maximum against the plain largest byte, on pages of sparse
+// markers, areas of every width from 1 to 40 (inside the page: an area
+// reaching outside reads 255 whatever the bytes).
+TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
+{
+    RandomSurfaces random(3);
+    for (int round = 0; round < 300; ++round) {
+        DWORD width = (DWORD)random.below(90) + 41, height = (DWORD)random.below(50) + 41;
+        TextPage* page = TextPage_new(width, height, TEXTPAGE_TYPE_ZERO);
+        ASSERT_NE(page, nullptr);
+        const BYTE values[] = {1, 2, 3, 254, 255};
+        for (int n = random.below(12); n > 0; --n)
+            TextPage_setPixel(page, (DWORD)random.below((int)width), (DWORD)random.below((int)height),
+                              values[random.below(5)]);
+        for (int area = 0; area < 200; ++area) {
+            DWORD w = (DWORD)random.below(40) + 1, h = (DWORD)random.below(40) + 1;
+            DWORD x = (DWORD)random.below((int)(width - w + 1)), y = (DWORD)random.below((int)(height - h + 1));
+            BYTE largest = 0;
+            for (DWORD j = y; j < y + h; ++j)
+                for (DWORD i = x; i < x + w; ++i)
+                    largest = std::max(largest, page->m_Image[(size_t)j * width + i]);
+            ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest) << "round " << round << ", " << w << " x " << h;
+        }
+        TextPage_delete(page);
+    }
+}
+
+}  // namespace

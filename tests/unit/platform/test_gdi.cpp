@@ -1,0 +1,96 @@
+// The GDI text calls: handed to the registered text services, failing with a
+// last error when none are registered.
+#include "px/posix.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+namespace {
+
+constexpr DWORD kMagic = 0xdeadbeef;
+
+// Each call with its failure result judged: true when the call answered as a
+// failure does.
+const std::pair<const char*, std::function<bool()>> kCalls[] = {
+    {"STROBJ_bEnum",
+     [] {
+         ULONG c = 7;
+         PGLYPHPOS pgp = reinterpret_cast<PGLYPHPOS>(&c);
+         return !STROBJ_bEnum(nullptr, &c, &pgp) && c == 0 && pgp == nullptr;
+     }},
+    {"FONTOBJ_pifi", [] { return FONTOBJ_pifi(nullptr) == nullptr; }},
+    {"FONTOBJ_cGetGlyphs",
+     [] {
+         PVOID glyph = &glyph;
+         HGLYPH hg = 65;
+         return FONTOBJ_cGetGlyphs(nullptr, FO_GLYPHBITS, 1, &hg, &glyph) == 0 && glyph == nullptr;
+     }},
+    {"BRUSHOBJ_ulGetBrushColor", [] { return BRUSHOBJ_ulGetBrushColor(nullptr) == 0xFFFFFFFFu; }},
+    {"CreateDCW", [] { return CreateDCW(u"DISPLAY", nullptr, nullptr, nullptr) == nullptr; }},
+    {"CreateFontW",
+     [] { return CreateFontW(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, u"DejaVu Sans") == nullptr; }},
+    {"SelectObject", [] { return SelectObject(nullptr, nullptr) == nullptr; }},
+    {"GetFontUnicodeRanges", [] { return GetFontUnicodeRanges(nullptr, nullptr) == 0; }},
+    {"GetGlyphIndicesW",
+     [] {
+         WORD index = 0;
+         return GetGlyphIndicesW(nullptr, u"a", 1, &index, 0) == GDI_ERROR;
+     }},
+    {"DeleteObject", [] { return !DeleteObject(nullptr); }},
+    {"DeleteDC", [] { return !DeleteDC(nullptr); }},
+};
+
+TEST(TextServices, EveryCallFailsCleanlyWithoutAHost)
+{
+    const PxTextServices* before = PxRegisterTextServices(nullptr);
+    for (const auto& [name, call] : kCalls) {
+        SetLastError(kMagic);
+        EXPECT_TRUE(call()) << name;
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_NOT_SUPPORTED) << name;
+    }
+    SetLastError(kMagic);
+    STROBJ_vEnumStart(nullptr);
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_NOT_SUPPORTED);
+    PxRegisterTextServices(before);
+}
+
+TEST(TextServices, AnEmptyTableFailsLikeNoTable)
+{
+    static const PxTextServices empty{};
+    const PxTextServices* before = PxRegisterTextServices(&empty);
+    for (const auto& [name, call] : kCalls) {
+        SetLastError(kMagic);
+        EXPECT_TRUE(call()) << name;
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_NOT_SUPPORTED) << name;
+    }
+    EXPECT_EQ(PxRegisterTextServices(before), &empty);
+}
+
+TEST(TextServices, RegisteredEntriesReceiveTheCallUnchanged)
+{
+    static BRUSHOBJ* seenBrush;
+    static std::u16string seenFace;
+    PxTextServices services{};
+    services.brushobjGetBrushColor = [](BRUSHOBJ* pbo) -> ULONG {
+        seenBrush = pbo;
+        return 0x080706;
+    };
+    services.createFont = [](int, int, int, int, int, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD,
+                             LPCWSTR face) -> HFONT {
+        seenFace = face;
+        return reinterpret_cast<HFONT>(&seenFace);
+    };
+    const PxTextServices* before = PxRegisterTextServices(&services);
+    BRUSHOBJ brush{};
+    SetLastError(kMagic);
+    EXPECT_EQ(BRUSHOBJ_ulGetBrushColor(&brush), 0x080706u);
+    EXPECT_EQ(seenBrush, &brush);
+    EXPECT_EQ(CreateFontW(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, u"DejaVu Sans"), reinterpret_cast<HFONT>(&seenFace));
+    EXPECT_EQ(seenFace, u"DejaVu Sans");
+    EXPECT_EQ(GetLastError(), kMagic);
+    PxRegisterTextServices(before);
+}
+
+}  // namespace

@@ -346,6 +346,10 @@ private:
             report(number, problem);
         else if (toUtf16(name, units), units.size() > kMaxNameUnits)
             report(number, "the name is longer than " + std::to_string(kMaxNameUnits) + " characters");
+        else if (name.find('\0') != std::string::npos)
+            // A font's name ends at its first zero character, so one inside it
+            // would cut the name short in every font made from the table.
+            report(number, "the name holds a zero character");
         else
             table_.name = name;
     }

@@ -100,6 +100,8 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
         {"# name: One\n# name: Two\nA 1\n", "T:2: '# name:' was already given on line 1\n"},
         {"# name:\nA 1\n", "T:1: '# name:' gives no name"},
         {"# name: " + std::string(128, 'n') + "\nA 1\n", "T:1: the name is longer than 127 characters\n"},
+        {std::string("# name: a\0b\nA 1\n", 16), "T:1: the name holds a zero character\n"},
+        {"# name: a\\u0000b\nA 1\n", "T:1: the name holds a zero character\n"},
         {"# comments only\n\n", "T: no characters: a font needs at least one"},
     };
     for (const auto& [text, problem] : cases) {

@@ -623,7 +623,7 @@ bool readFont(const std::string& bytes, Table& table, std::string& problem)
         }
         if (!cellRows && cell.positions == 2 && (cell.rows == 3 || cell.rows == 4))
             cellRows = cell.rows;
-        if (cell.positions == 2 && cell.rows == cellRows && seen.emplace(cell.code, g).second) {
+        if (cellRows && cell.positions == 2 && cell.rows == cellRows && seen.emplace(cell.code, g).second) {
             for (int r = 0; r < cell.rows; ++r)
                 for (int p = 0; p < 2; ++p)
                     if ((uint8_t)bytes[at + r] & kPositionBit[p])

@@ -1,6 +1,8 @@
 // Atomic output files for the pumex verbs.
 #include "output_file.h"
 
+#include "px/posix.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -31,39 +33,7 @@ std::string failed(const std::string& target, const std::string& what, int err)
     return target + ": " + what + ": " + std::strerror(err);
 }
 
-// A new file beside target, open for writing, with a name no other writer uses.
-FILE* openTemporary(const std::string& target, std::string& temp, std::string& error)
-{
-    static std::atomic<unsigned> serial{0};
-    temp = folderOf(target) + "/." + baseOf(target) + "." + std::to_string(::getpid()) + "-" +
-           std::to_string(++serial) + ".tmp";
-    int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        error = failed(target, "cannot write", errno);
-        return nullptr;
-    }
-    struct stat st;
-    if (::stat(target.c_str(), &st) == 0)
-        ::fchmod(fd, st.st_mode & 07777);  // a replaced file keeps its permissions
-    FILE* file = ::fdopen(fd, "wb");
-    if (!file) {
-        error = failed(target, "cannot write", errno);
-        ::close(fd);
-        ::unlink(temp.c_str());
-    }
-    return file;
-}
-
-// Flushes, syncs and closes file; "" or why it failed.
-std::string finish(FILE* file, const std::string& target)
-{
-    int err = 0;
-    if (std::fflush(file) != 0 || ::fsync(::fileno(file)) != 0)
-        err = errno;
-    if (std::fclose(file) != 0 && !err)
-        err = errno;
-    return err ? failed(target, "cannot write", err) : std::string();
-}
+PxSyscalls& sys() { return *PxGetSyscalls(); }
 
 }  // namespace
 
@@ -72,7 +42,7 @@ std::string checkOutputTarget(const std::string& target, const std::vector<std::
     if (target.empty())
         return "no output file named";
     struct stat out;
-    if (::stat(target.c_str(), &out) != 0) {
+    if (sys().stat(target.c_str(), &out) != 0) {
         if (errno == ENOENT)
             return {};
         return failed(target, "cannot write", errno);
@@ -83,7 +53,7 @@ std::string checkOutputTarget(const std::string& target, const std::vector<std::
         return target + ": is not a regular file; refusing to replace it";
     for (const std::string& input : inputs) {
         struct stat in;
-        if (::stat(input.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+        if (sys().stat(input.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
             return target + ": is the input file; name another file to write";
     }
     if (::access(target.c_str(), W_OK) != 0)
@@ -91,29 +61,116 @@ std::string checkOutputTarget(const std::string& target, const std::vector<std::
     return {};
 }
 
+bool OutputFile::open()
+{
+    if (opened() || !error_.empty())
+        return error_.empty();
+    static std::atomic<unsigned> serial{0};
+    temp_ = folderOf(target_) + "/." + baseOf(target_) + "." + std::to_string(::getpid()) + "-" +
+            std::to_string(++serial) + ".tmp";
+    fd_ = sys().open(temp_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd_ < 0) {
+        error_ = failed(target_, "cannot write", errno);
+        temp_.clear();
+        return false;
+    }
+    struct stat st;
+    if (sys().stat(target_.c_str(), &st) == 0)
+        ::fchmod(fd_, st.st_mode & 07777);  // a replaced file keeps its permissions
+    static const cookie_io_functions_t calls = {nullptr, &OutputFile::cookieWrite, nullptr, &OutputFile::cookieClose};
+    file_ = fopencookie(this, "wb", calls);
+    if (!file_)
+        error_ = failed(target_, "cannot write", errno);
+    return error_.empty();
+}
+
+OutputFile::~OutputFile()
+{
+    if (file_)
+        std::fclose(file_);
+    if (fd_ >= 0)
+        sys().close(fd_);
+    if (!committed_ && !temp_.empty())
+        sys().unlink(temp_.c_str());
+}
+
+ssize_t OutputFile::cookieWrite(void* self, const char* data, size_t size)
+{
+    auto* out = static_cast<OutputFile*>(self);
+    size_t done = 0;
+    while (done < size) {
+        ssize_t n = sys().write(out->fd_, data + done, size - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            out->writeErrno_ = n < 0 ? errno : ENOSPC;
+            errno = out->writeErrno_;
+            return done ? (ssize_t)done : -1;
+        }
+        done += (size_t)n;
+    }
+    out->bytes_ += (long long)size;
+    return (ssize_t)size;
+}
+
+int OutputFile::cookieClose(void*) { return 0; }  // the descriptor is closed by close()
+
+void OutputFile::fail(const std::string& why)
+{
+    if (error_.empty())
+        error_ = target_ + ": cannot write: " + why;
+}
+
+const std::string& OutputFile::close()
+{
+    if (!file_)
+        return error_.empty() ? (error_ = target_ + ": cannot write: already closed") : error_;
+    int err = 0;
+    if (std::fflush(file_) != 0 || writeErrno_)
+        err = writeErrno_ ? writeErrno_ : errno;
+    std::fclose(file_);
+    file_ = nullptr;
+    if (!err && sys().fsync(fd_) != 0)
+        err = errno;
+    if (sys().close(fd_) != 0 && !err)
+        err = errno;
+    fd_ = -1;
+    if (err && error_.empty())
+        error_ = failed(target_, "cannot write", err);
+    return error_;
+}
+
+const std::string& OutputFile::commit()
+{
+    if (file_ || fd_ >= 0)
+        close();
+    if (!error_.empty())
+        return error_;
+    if (sys().rename(temp_.c_str(), target_.c_str()) != 0) {
+        error_ = failed(target_, "cannot write", errno);
+        return error_;
+    }
+    committed_ = true;
+    int dir = sys().open(folderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (dir >= 0) {
+        sys().fsync(dir);  // the rename survives a crash; best effort
+        sys().close(dir);
+    }
+    return error_;
+}
+
 std::string writeOutputFile(const std::string& target, const std::function<std::string(FILE*)>& write)
 {
     std::string error = checkOutputTarget(target, {});
     if (!error.empty())
         return error;
-    std::string temp;
-    FILE* file = openTemporary(target, temp, error);
-    if (!file)
-        return error;
-    std::string why = write(file);
-    error = why.empty() ? finish(file, target) : (std::fclose(file), target + ": cannot write: " + why);
-    if (error.empty() && ::rename(temp.c_str(), target.c_str()) != 0)
-        error = failed(target, "cannot write", errno);
-    if (!error.empty()) {
-        ::unlink(temp.c_str());
-        return error;
-    }
-    int dir = ::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-        ::fsync(dir);  // the rename survives a crash; best effort
-        ::close(dir);
-    }
-    return {};
+    OutputFile file(target);
+    if (!file.open())
+        return file.error();
+    std::string why = write(file.stream());
+    if (!why.empty())
+        file.fail(why);
+    return file.commit();
 }
 
 std::string writeOutputFile(const std::string& target, const std::string& bytes)

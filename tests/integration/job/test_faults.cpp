@@ -1,12 +1,17 @@
-// A whole document through the host with each system call of the platform
-// failing in turn: the nth open, read, write, ... allocation, for every n the
-// document reaches. Whatever fails, nothing crashes, every block the document
-// took is given back, the printer file stays whole (as it was, or as a clean
-// run leaves it) and the run either completes or stops with one clear line.
+// A whole document through the host, and a whole pumex print, with each
+// system call of the platform failing in turn: the nth open, read, write, ...
+// allocation, for every n the run reaches. Whatever fails, nothing crashes,
+// every block the run took is given back, the printer file stays whole (as it
+// was, or as a clean run leaves it) and the run either completes or stops with
+// one clear line. pumex print also never loses what OUT held before: OUT is
+// either as it was or a whole stream, and nothing is left beside it.
 #include "job_fixture.h"
+#include "print_job.h"
 
 #include <filesystem>
+#include <functional>
 #include <regex>
+#include <sstream>
 
 namespace {
 
@@ -27,38 +32,44 @@ std::vector<std::string> totals(const std::string& log, const char* hook)
 
 class FaultSweep : public jobtest::JobTest {
 protected:
-    // One document with the nth call of one kind failing (Call::Count: none).
+    // One run of the work: "" or the one line it stopped with. It makes its
+    // own checks of what it left, naming the failing call `at`.
+    using Work = std::function<std::string(const std::string& at)>;
+
+    // The work with the nth call of one kind failing (Call::Count: none).
     // Returns whether that call was reached; the checks are made as it runs.
-    bool runFailing(Call kind, unsigned nth, const host::JobSpec& job);
+    bool runFailing(Call kind, unsigned nth, const Work& work);
 
     std::string where(Call kind, unsigned nth) const
     {
         return std::string(testkit::callName(kind)) + " #" + std::to_string(nth);
     }
 
-    // Runs the document clean, counting the calls it makes, then once with
-    // each of those calls failing.
+    // Runs the work clean, counting the calls it makes, then once with each
+    // of those calls failing.
+    void sweep(const Work& work);
     void sweep(const host::JobSpec& job);
 
     std::string original;    // the printer file before any document
     std::string afterClean;  // the printer file after a document with no fault
+    // The job sets a control string in the printer before the document; a
+    // call failing between that and the plug-in taking it leaves it there,
+    // so the printer file is only checked to be whole.
+    bool controlStringFromJob = false;
     unsigned counts[(int)Call::Count] = {};
 };
 
-bool FaultSweep::runFailing(Call kind, unsigned nth, const host::JobSpec& job)
+bool FaultSweep::runFailing(Call kind, unsigned nth, const Work& work)
 {
     root->writePrinter("Pumex Embosser", original);
     fs::remove(root->logPath());
     std::string error;
     long blocks = 0;
     bool fired = false;
+    const std::string at = where(kind, nth);
     {
         testkit::FaultInjector faults(kind, nth);
-        try {
-            run(job);
-        } catch (const host::HostError& e) {
-            error = e.what();
-        }
+        error = work(at);
         session.reset();  // the driver disabled: everything it took is back
         blocks = faults.outstandingBlocks();
         fired = faults.fired();
@@ -67,7 +78,9 @@ bool FaultSweep::runFailing(Call kind, unsigned nth, const host::JobSpec& job)
                 counts[k] = faults.count((Call)k);
     }
     session = std::make_unique<host::Session>(PUMEX_MODULE_PATH);
-    const std::string at = where(kind, nth);
+    if (kind == Call::Count) {
+        EXPECT_EQ(error, "") << "with no fault";
+    }
     EXPECT_EQ(error.find('\n'), std::string::npos) << at << ": " << error;
     EXPECT_LE(blocks, 0) << at << ": blocks not given back\n" << root->log();
     std::string log = root->log();
@@ -76,8 +89,12 @@ bool FaultSweep::runFailing(Call kind, unsigned nth, const host::JobSpec& job)
         EXPECT_EQ(starts, ends) << at;
     }
     std::string printer = testkit::readFile(root->path() + kPrinterFile);
-    if (kind != Call::Count) {
+    if (kind != Call::Count && !controlStringFromJob) {
         EXPECT_TRUE(printer == original || printer == afterClean) << at;
+    } else if (kind != Call::Count) {
+        char problem[512] = "";
+        EXPECT_TRUE(PxValidatePrinterFile((root->path() + kPrinterFile).c_str(), problem, sizeof problem))
+            << at << ": " << problem;
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(root->path() + "/printers"))
         EXPECT_NE(entry.path().extension(), ".tmp") << at << ": " << entry.path();
@@ -86,8 +103,20 @@ bool FaultSweep::runFailing(Call kind, unsigned nth, const host::JobSpec& job)
 
 void FaultSweep::sweep(const host::JobSpec& job)
 {
+    sweep([this, &job](const std::string&) -> std::string {
+        try {
+            run(job);
+        } catch (const host::HostError& e) {
+            return e.what();
+        }
+        return {};
+    });
+}
+
+void FaultSweep::sweep(const Work& work)
+{
     original = testkit::readFile(root->path() + kPrinterFile);
-    ASSERT_FALSE(runFailing(Call::Count, 0, job));
+    ASSERT_FALSE(runFailing(Call::Count, 0, work));
     afterClean = testkit::readFile(root->path() + kPrinterFile);
     unsigned made[(int)Call::Count] = {};
     std::copy(std::begin(counts), std::end(counts), std::begin(made));
@@ -99,7 +128,7 @@ void FaultSweep::sweep(const host::JobSpec& job)
     ASSERT_GT(made[(int)Call::Alloc], 0u);
     for (int k = 0; k < (int)Call::Count; ++k)
         for (unsigned n = 1; n <= made[k]; ++n)
-            runFailing((Call)k, n, job);
+            runFailing((Call)k, n, work);
 }
 
 TEST_F(FaultSweep, EveryCallOfADocumentFailingInTurn) { sweep(jobtest::greyDocument(2, 1, true, 10)); }
@@ -112,6 +141,91 @@ TEST_F(FaultSweep, EveryCallOfAPreviewByControlStringFailingInTurn)
     printer(R"("ControlFlags": {"type": "binary", "value": "PREVIEW=1"})");
     sweep(jobtest::greyDocument(1, 1, true, 10));
     EXPECT_GT(counts[(int)Call::Fsync] * counts[(int)Call::Rename] * counts[(int)Call::Spawn], 0u);
+}
+
+}  // namespace
+
+namespace {
+
+// pumex print of a job file into a folder of the root where OUT, OUT-front
+// and OUT-back already hold something of the user's.
+class PrintFaultSweep : public FaultSweep {
+protected:
+    std::string folder() const { return root->path() + "/out"; }
+
+    // A job of `pages` small grey pages (page k is dot value k), with these
+    // control flags.
+    std::string jobFile(int pages, const std::string& controlFlags) const
+    {
+        std::string json = R"({"devmode": {"paperWidth": 254, "paperLength": 254, "printQuality": 100,
+            "yResolution": 100, "copies": 2, "collate": true}, )";
+        if (!controlFlags.empty())
+            json += R"("controlFlags": ")" + controlFlags + R"(", )";
+        json += R"("pages": [)";
+        for (int p = 1; p <= pages; ++p) {
+            int g = jobtest::greyForDot(p);
+            json += std::string(p > 1 ? ", " : "") + R"({"ops": [{"rect": [0, 0, 100, 100], "fill": [)" +
+                    std::to_string(g) + ", " + std::to_string(g) + ", " + std::to_string(g) + "]}]}";
+        }
+        std::string path = root->path() + "/job.json";
+        testkit::writeFile(path, json + "]}");
+        return path;
+    }
+
+    Work print(const std::string& input, bool doubleSided)
+    {
+        return [this, input, doubleSided](const std::string& at) -> std::string {
+            const std::string names[] = {"job.prn", "job-front.prn", "job-back.prn"};
+            fs::remove_all(folder());
+            fs::create_directories(folder());
+            for (const std::string& name : names)
+                testkit::writeFile(folder() + "/" + name, "the user's " + name);
+            tools::PrintRequest request;
+            request.input = input;
+            request.out = folder() + "/job.prn";
+            request.module = PUMEX_MODULE_PATH;
+            std::ostringstream report, errors;
+            int status = tools::printJob(request, report, errors);
+            std::string error = errors.str();
+            if (status == 0) {
+                EXPECT_EQ(error, "") << at;
+            } else {
+                EXPECT_TRUE(status == 1 || status == 2) << at << ": status " << status;
+                EXPECT_EQ(error.rfind("pumex print: ", 0), 0u) << at << ": " << error;
+                if (!error.empty() && error.back() == '\n')
+                    error.pop_back();
+            }
+            // Each file is the user's, untouched, or a whole stream; a
+            // finished print wrote the ones it reported. (A plug-in that
+            // cannot keep page files spools a double-sided job instead.)
+            std::string said = report.str();
+            bool sides = said.find("\nfront:") != std::string::npos;
+            EXPECT_TRUE(status != 0 || sides || said.find("\noutput:") != std::string::npos) << at << "\n" << said;
+            EXPECT_TRUE(doubleSided || !sides) << at;
+            for (const std::string& name : names) {
+                std::string bytes = testkit::readFile(folder() + "/" + name);
+                bool whole = formats::decodeStream((const uint8_t*)bytes.data(), bytes.size()).ok && !bytes.empty();
+                bool promised = status == 0 && (sides ? name != "job.prn" : name == "job.prn");
+                EXPECT_TRUE(promised ? whole : (whole || bytes == "the user's " + name))
+                    << at << ": " << name << " holds " << bytes.size() << " bytes\n" << report.str() << error;
+            }
+            for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
+                EXPECT_NE(std::find(std::begin(names), std::end(names), entry.path().filename()), std::end(names))
+                    << at << ": left beside OUT: " << entry.path();
+            return error;
+        };
+    }
+};
+
+TEST_F(PrintFaultSweep, EveryCallOfAPrintFailingInTurn) { sweep(print(jobFile(2, ""), false)); }
+
+// A double-sided print ends with the page files, the dialog program that is
+// told about them, and their move beside OUT.
+TEST_F(PrintFaultSweep, EveryCallOfADoubleSidedPrintFailingInTurn)
+{
+    controlStringFromJob = true;
+    sweep(print(jobFile(3, "INTERPOINT=1"), true));
+    EXPECT_GT(counts[(int)Call::Spawn] * counts[(int)Call::Rename], 0u);
 }
 
 }  // namespace

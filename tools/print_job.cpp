@@ -231,6 +231,8 @@ int run(const PrintRequest& r, const std::string& out, std::ostream& report, std
         result = session.run(
             job,
             [&](const BYTE* data, DWORD size) {
+                if (size == 0)
+                    return true;
                 return (file.opened() || file.open()) && std::fwrite(data, 1, size, file.stream()) == size;
             },
             options);

@@ -3,11 +3,13 @@
 #include "png_image.h"
 
 #include <png.h>
+#include <sys/mman.h>
 
 #include <cerrno>
 #include <condition_variable>
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <mutex>
@@ -61,6 +63,32 @@ bool readPngSize(const std::string& path, int32_t& width, int32_t& height, std::
     return true;
 }
 
+namespace {
+
+constexpr size_t kHugePage = 2 << 20;
+
+}  // namespace
+
+void* allocatePixels(size_t bytes)
+{
+    if (bytes < 2 * kHugePage)
+        return ::operator new(bytes);
+    size_t whole = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    void* p = std::aligned_alloc(kHugePage, whole);
+    if (!p)
+        throw std::bad_alloc();
+    madvise(p, whole, MADV_HUGEPAGE);  // a hint: without it the pixels take ordinary pages
+    return p;
+}
+
+void freePixels(void* p, size_t bytes) noexcept
+{
+    if (bytes < 2 * kHugePage)
+        ::operator delete(p);
+    else
+        std::free(p);
+}
+
 bool readPng(const std::string& path, Picture& picture, std::string& error)
 {
     png_image image;
@@ -69,7 +97,7 @@ bool readPng(const std::string& path, Picture& picture, std::string& error)
     image.format = PNG_FORMAT_RGB;
     picture.width = (int32_t)image.width;
     picture.height = (int32_t)image.height;
-    picture.rgb.assign(PNG_IMAGE_SIZE(image), 0);
+    picture.rgb.resize(PNG_IMAGE_SIZE(image));
     png_color white = {255, 255, 255};
     if (!png_image_finish_read(&image, &white, picture.rgb.data(), 0, nullptr)) {
         error = std::string("cannot decode the picture (") + image.message + ")";

@@ -106,8 +106,9 @@ struct Replay {
         if (outside(target))
             return;
         // A copy at its own size reads the picture's rows down to the band's
-        // bottom edge only, so it need not wait for the rest; the plug-in
-        // forwards the source as it gets it. A stretch may read any row.
+        // bottom edge only, so it need not wait for the rest (the plug-in
+        // passes the source on to the host's copy without reading it). A
+        // stretch may read any row.
         const ImageRef& ref = job.images[op.image];
         bool ownSize = op.width == ref.width && op.height == ref.height;
         const Picture* read =

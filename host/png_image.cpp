@@ -243,11 +243,15 @@ void PictureReader::readRows()
         PictureReader& r;
     } sink(*this);
     bool complete = false;
-    std::vector<char> buffer(1 << 16);  // a picture is megabytes: fewer, larger reads
-    if (std::FILE* file = std::fopen(path_.c_str(), "rb")) {
-        std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
-        complete = readPlainRows(file, sink);
-        std::fclose(file);
+    try {
+        std::vector<char> buffer(1 << 16);  // a picture is megabytes: fewer, larger reads
+        if (std::FILE* file = std::fopen(path_.c_str(), "rb")) {
+            std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
+            complete = readPlainRows(file, sink);
+            std::fclose(file);
+        }
+    } catch (const std::bad_alloc&) {
+        // readPng takes the picture over, and says what is wrong
     }
     std::lock_guard<std::mutex> hold(progress_->lock);
     progress_->ended = true;

@@ -13,9 +13,9 @@
 namespace host {
 
 // Storage for a picture's pixels. Sizing it leaves the bytes as they are
-// (the reader writes every one), and a block of a page's pixels is asked of
-// the kernel in huge pages: a few faults for the whole picture instead of one
-// per 4 KiB, which at 300 dpi cost more than the copy into the bands.
+// (the reader writes every one), and a large block asks the kernel for huge
+// pages: a 300 dpi page of pixels then takes a dozen page faults instead of
+// six thousand.
 void* allocatePixels(size_t bytes);
 void freePixels(void* p, size_t bytes) noexcept;
 

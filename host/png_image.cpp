@@ -245,7 +245,7 @@ void PictureReader::readRows()
     bool complete = false;
     try {
         std::vector<char> buffer(1 << 16);  // a picture is megabytes: fewer, larger reads
-        if (std::FILE* file = std::fopen(path_.c_str(), "rb")) {
+        if (std::FILE* file = std::fopen(path_.c_str(), "rbe")) {  // e: not inherited by helper programs
             std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
             complete = readPlainRows(file, sink);
             std::fclose(file);

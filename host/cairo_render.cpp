@@ -125,20 +125,24 @@ void fillRect(SURFOBJ* dst, const RECTL& clip, const RECTL& rect, Rgb color)
     cairo_paint(s.cr());
 }
 
+// A copy at its own size needs no drawing library: each scan line of the
+// source goes straight into the target's format. A copy within one surface
+// first takes its source aside, so it reads the pixels as they were.
 void copyRect(SURFOBJ* dst, const RECTL& clip, const RECTL& dstRect, const SURFOBJ* src, POINTL srcOrigin)
 {
     LONG dx = dstRect.left - srcOrigin.x, dy = dstRect.top - srcOrigin.y;  // source to target
     RECTL area = intersect(intersect(clip, dstRect), offset(boundsOf(src), dx, dy));
     if (isEmpty(area))
         return;
-    cairo_surface_t* picture = imageOf(src, offset(area, -dx, -dy));
-    {
-        Scratch s(dst, area);
-        cairo_set_source_surface(s.cr(), picture, area.left, area.top);
-        cairo_pattern_set_filter(cairo_get_source(s.cr()), CAIRO_FILTER_NEAREST);
-        cairo_paint(s.cr());
+    LONG w = area.right - area.left, h = area.bottom - area.top;
+    if (src->pvScan0 == dst->pvScan0) {
+        Surface aside(w, h, src->iBitmapFormat == BMF_1BPP ? SurfaceFormat::Mono1 : SurfaceFormat::Rgb24);
+        copyRect(aside.obj(), boundsOf(aside.obj()), boundsOf(aside.obj()), src, {area.left - dx, area.top - dy});
+        copyRect(dst, area, area, aside.obj(), {0, 0});
+        return;
     }
-    cairo_surface_destroy(picture);
+    for (LONG y = area.top; y < area.bottom; ++y)
+        copyRun(src, area.left - dx, y - dy, dst, area.left, y, w);
 }
 
 void stretchRect(SURFOBJ* dst, const RECTL& clip, const RECTL& dstRect, const SURFOBJ* src, const RECTL& srcRect)

@@ -6,6 +6,7 @@
 #include "text_services.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace host {
@@ -28,23 +29,37 @@ PictureStore::PictureStore(const JobSpec& job) : job_(job), lastPage_(job.images
                 lastPage_[image->image] = p;
 }
 
-const Picture& PictureStore::get(size_t image)
+namespace {
+
+// Smaller pictures are read whole: a thread would buy nothing.
+constexpr int64_t kStreamedBytes = 1 << 20;
+
+}  // namespace
+
+const Picture& PictureStore::get(size_t image, int32_t rows)
 {
+    const ImageRef& ref = job_.images[image];
     if (!pictures_[image]) {
-        auto picture = std::make_unique<Picture>();
-        std::string error;
-        if (!readPng(job_.images[image].path, *picture, error))
-            throw JobError(job_.images[image].path + ": " + error);
-        pictures_[image] = std::move(picture);
+        bool large = (int64_t)ref.width * ref.height * 3 >= kStreamedBytes;
+        pictures_[image] = std::make_unique<PictureReader>(ref.path, large);
     }
-    return *pictures_[image];
+    std::string error;
+    if (!pictures_[image]->wait(rows, error))
+        throw JobError(ref.path + ": " + error);
+    return pictures_[image]->picture();
 }
 
 void PictureStore::pageDone(size_t page)
 {
-    for (size_t i = 0; i < pictures_.size(); ++i)
-        if (lastPage_[i] <= page)
-            pictures_[i].reset();
+    for (size_t i = 0; i < pictures_.size(); ++i) {
+        if (!pictures_[i] || lastPage_[i] > page)
+            continue;
+        std::string error;
+        bool read = pictures_[i]->wait(INT32_MAX, error);
+        pictures_[i].reset();
+        if (!read)
+            throw JobError(job_.images[i].path + ": " + error);
+    }
 }
 
 namespace {
@@ -90,7 +105,17 @@ struct Replay {
         RECTL target = toBand(op.x, op.y, op.x + op.width, op.y + op.height);
         if (outside(target))
             return;
-        const Picture& picture = pictures.get(op.image);
+        // A copy at its own size reads the picture's rows down to the band's
+        // bottom edge only, so it need not wait for the rest (the plug-in
+        // passes the source on to the host's copy without reading it). A
+        // stretch may read any row.
+        const ImageRef& ref = job.images[op.image];
+        bool ownSize = op.width == ref.width && op.height == ref.height;
+        const Picture* read =
+            &pictures.get(op.image, ownSize ? std::min(ref.height, clip.rclBounds.bottom - target.top) : ref.height);
+        if (read->width != ref.width || read->height != ref.height)  // the file changed since the job was read
+            read = &pictures.get(op.image, INT32_MAX);
+        const Picture& picture = *read;
         SURFOBJ source = pictureSurface(picture);
         if (op.width == picture.width && op.height == picture.height) {
             POINTL from{0, 0};

@@ -31,19 +31,23 @@ private:
     PFN fns_[kSize] = {};
 };
 
-// The job's pictures, each decoded once, on first use, and let go after the
-// last page that draws it.
+// The job's pictures, each decoded once, from its first use, and let go
+// after the last page that draws it. A large picture is read on a thread of
+// its own while the bands above draw what is already in.
 class PictureStore {
 public:
     explicit PictureStore(const JobSpec& job);
-    // Throws JobError naming the picture when it cannot be decoded.
-    const Picture& get(size_t image);
+    // The picture with at least its first `rows` rows in. Throws JobError
+    // naming the picture when it cannot be decoded.
+    const Picture& get(size_t image, int32_t rows);
+    // Lets go of the pictures no later page draws, each read to its end
+    // first: throws JobError when one of them turns out to be broken.
     void pageDone(size_t page);
 
 private:
     const JobSpec& job_;
     std::vector<size_t> lastPage_;
-    std::vector<std::unique_ptr<Picture>> pictures_;
+    std::vector<std::unique_ptr<PictureReader>> pictures_;
 };
 
 // Draws page `page` of the job into the band surface whose top-left is

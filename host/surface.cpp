@@ -61,6 +61,32 @@ void eraseSurface(SURFOBJ* so)
 
 bool isLight(Rgb c) { return c.r * 299 + c.g * 587 + c.b * 114 >= 128 * 1000; }
 
+namespace {
+
+// A picture on a 1-bpp band: each pixel's lightness, eight to a byte.
+void thresholdRun(const uint8_t* from, uint8_t* row, int32_t dx, int32_t n)
+{
+    for (int32_t i = 0; i < n; ++i, from += 3) {
+        int32_t x = dx + i;
+        uint8_t bit = (uint8_t)(0x80 >> (x % 8));
+        row[x / 8] = isLight({from[0], from[1], from[2]}) ? (uint8_t)(row[x / 8] | bit) : (uint8_t)(row[x / 8] & ~bit);
+    }
+}
+
+}  // namespace
+
+void copyRun(const SURFOBJ* src, int32_t sx, int32_t sy, SURFOBJ* dst, int32_t dx, int32_t dy, int32_t n)
+{
+    if (src->iBitmapFormat == BMF_24BPP && dst->iBitmapFormat == BMF_24BPP) {
+        std::memcpy(rowOf(dst, dy) + 3 * (ptrdiff_t)dx, rowOf(src, sy) + 3 * (ptrdiff_t)sx, 3 * (size_t)n);
+    } else if (src->iBitmapFormat == BMF_24BPP && dst->iBitmapFormat == BMF_1BPP) {
+        thresholdRun(rowOf(src, sy) + 3 * (ptrdiff_t)sx, rowOf(dst, dy), dx, n);
+    } else {
+        for (int32_t i = 0; i < n; ++i)
+            writePixel(dst, dx + i, dy, readPixel(src, sx + i, sy));
+    }
+}
+
 Rgb readPixel(const SURFOBJ* so, int32_t x, int32_t y)
 {
     const uint8_t* row = rowOf(so, y);

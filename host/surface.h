@@ -43,6 +43,11 @@ void eraseSurface(SURFOBJ* so);
 Rgb readPixel(const SURFOBJ* so, int32_t x, int32_t y);
 void writePixel(SURFOBJ* so, int32_t x, int32_t y, Rgb color);
 
+// Copies n pixels from (sx, sy) of src to (dx, dy) of dst, each landing as
+// writePixel(readPixel(...)) would put it, a scan line at a time where the
+// two formats allow. The two runs must not share any bytes.
+void copyRun(const SURFOBJ* src, int32_t sx, int32_t sy, SURFOBJ* dst, int32_t dx, int32_t dy, int32_t n);
+
 // How a colour lands on a 1-bpp surface: white when it is light.
 bool isLight(Rgb color);
 

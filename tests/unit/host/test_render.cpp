@@ -5,6 +5,7 @@
 #include "host_fixture.h"
 
 #include "driver_functions.h"
+#include "cairo_render.h"
 #include "page_replay.h"
 
 #include <gtest/gtest.h>
@@ -139,6 +140,106 @@ TEST(Render, BandsReplayedAtTheirOriginsGiveThePagePixels)
                     << "band " << band << " at x " << at;
             }
         }
+    }
+}
+
+// A surface whose every pixel differs from its neighbours (and, on 1 bpp,
+// alternates irregularly), so a pixel landing one place off or not at all shows.
+std::unique_ptr<host::Surface> patterned(int cx, int cy, host::SurfaceFormat format, int seed)
+{
+    auto s = std::make_unique<host::Surface>(cx, cy, format);
+    for (int y = 0; y < cy; ++y)
+        for (int x = 0; x < cx; ++x)
+            host::writePixel(s->obj(), x, y,
+                             {(uint8_t)(x * 7 + y * 3 + seed), (uint8_t)(x * y + seed * 5), (uint8_t)(x ^ (y * 11))});
+    return s;
+}
+
+// What a copy at its own size must leave: inside the clip and the copied
+// rectangle, the source pixel as the target's format stores it (a 1-bpp
+// target keeps whether it is light); everywhere else the target as it was.
+host::Rgb copiedPixel(const host::Surface& before, const host::Surface& src, const RECTL& clip, const RECTL& to,
+                      POINTL from, int x, int y)
+{
+    int sx = x - to.left + from.x, sy = y - to.top + from.y;
+    bool in = x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom && x >= to.left && x < to.right &&
+              y >= to.top && y < to.bottom && sx >= 0 && sx < src.width() && sy >= 0 && sy < src.height();
+    if (!in)
+        return before.pixel(x, y);
+    host::Surface one(1, 1, before.obj()->iBitmapFormat == BMF_24BPP ? host::SurfaceFormat::Rgb24
+                                                                       : host::SurfaceFormat::Mono1);
+    host::writePixel(one.obj(), 0, 0, src.pixel(sx, sy));
+    return one.pixel(0, 0);
+}
+
+// Source copies between every pair of formats, at odd sizes and offsets,
+// clipped on each side and reaching past the source's edges.
+TEST(Render, ACopyAtItsOwnSizeLandsEachPixelInTheTargetsFormat)
+{
+    struct Case {
+        RECTL clip, to;
+        POINTL from;
+    } cases[] = {
+        {{0, 0, 45, 31}, {0, 0, 45, 31}, {0, 0}},      // the whole source
+        {{0, 0, 45, 31}, {3, 5, 40, 30}, {1, 2}},      // inside, odd offsets
+        {{7, 2, 30, 29}, {-4, -3, 50, 40}, {0, 0}},    // cut by the clip on every side
+        {{0, 0, 45, 31}, {9, 1, 45, 31}, {30, 25}},    // the source runs out first
+        {{0, 0, 45, 31}, {-17, 13, 28, 31}, {5, -6}},  // starts before the source
+        {{11, 0, 12, 31}, {0, 0, 45, 31}, {1, 0}},     // one column
+        {{0, 0, 45, 31}, {40, 30, 41, 31}, {0, 0}},    // one pixel
+        {{0, 0, 45, 31}, {0, 0, 45, 31}, {60, 0}},     // nothing of the source
+    };
+    for (auto srcFormat : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1})
+        for (auto dstFormat : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1})
+            for (const Case& c : cases) {
+                auto src = patterned(37, 29, srcFormat, 1);
+                auto before = patterned(45, 31, dstFormat, 2);
+                auto dst = patterned(45, 31, dstFormat, 2);
+                host::copyRect(dst->obj(), c.clip, c.to, src->obj(), c.from);
+                EXPECT_EQ(mismatches(*dst, [&](int x, int y) {
+                              return copiedPixel(*before, *src, c.clip, c.to, c.from, x, y);
+                          }),
+                          0)
+                    << "formats " << (int)srcFormat << " to " << (int)dstFormat << ", target (" << c.to.left << ", "
+                    << c.to.top << "), source (" << c.from.x << ", " << c.from.y << ")";
+            }
+}
+
+// A copy within one surface reads the source as it was before the copy,
+// whichever way the two rectangles overlap.
+TEST(Render, ACopyOntoItsOwnSurfaceReadsTheSourceAsItWas)
+{
+    const POINTL shifts[] = {{3, 2}, {-3, -2}, {5, -1}, {-1, 4}, {0, 1}, {1, 0}};
+    for (auto format : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1})
+        for (POINTL shift : shifts) {
+            auto surface = patterned(41, 27, format, 3);
+            auto source = patterned(41, 27, format, 3);
+            RECTL to{6 + shift.x, 4 + shift.y, 33 + shift.x, 22 + shift.y}, all{0, 0, 41, 27};
+            auto expected = patterned(41, 27, format, 3);
+            host::copyRect(expected->obj(), all, to, source->obj(), {6, 4});
+            host::copyRect(surface->obj(), all, to, surface->obj(), {6, 4});
+            EXPECT_EQ(mismatches(*surface, [&](int x, int y) { return expected->pixel(x, y); }), 0)
+                << "format " << (int)format << ", shift (" << shift.x << ", " << shift.y << ")";
+        }
+}
+
+// Drawing reaches only the pixels it covers: the rest of the area it works
+// in comes back exactly as it was, in either format.
+TEST(Render, DrawingLeavesThePixelsBesideItAsTheyWere)
+{
+    for (auto format : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1}) {
+        auto s = patterned(40, 30, format, 4);
+        auto before = patterned(40, 30, format, 4);
+        RECTL all{0, 0, 40, 30};
+        host::strokePolyline(s->obj(), all, {{2, 10}, {37, 10}}, 1.0, kBlack);
+        host::fillRect(s->obj(), all, {5, 20, 9, 25}, kWhite);
+        EXPECT_EQ(mismatches(*s, [&](int x, int y) {
+                      if (y == 10 && x >= 2 && x < 37)
+                          return kBlack;
+                      return x >= 5 && x < 9 && y >= 20 && y < 25 ? kWhite : before->pixel(x, y);
+                  }),
+                  0)
+            << "format " << (int)format;
     }
 }
 

@@ -1,0 +1,217 @@
+// Pictures read on a thread of their own, row by row: the pixels and the
+// verdict on a broken file are readPng's whatever the picture's kind, rows
+// come in from the top, and a page drawn band by band while its picture is
+// still being read is the page drawn whole.
+#include "host_fixture.h"
+
+#include "driver_functions.h"
+#include "page_replay.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <climits>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using hosttest::Folder;
+using hosttest::pictureColor;
+
+// An 8-bit RGB file of pictureColor pixels with the chunks a case asks for,
+// written with libpng's full interface (the simple one writes none of them).
+struct Kind {
+    const char* name;
+    bool interlaced;
+    double gamma;      // 0: no gAMA chunk
+    bool transparent;  // tRNS naming pixel (0, 0)'s colour
+};
+
+std::string writeKind(const Folder& dir, const Kind& kind, int width, int height)
+{
+    std::string path = dir.path(std::string(kind.name) + ".png");
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_set_IHDR(png, info, (png_uint_32)width, (png_uint_32)height, 8, PNG_COLOR_TYPE_RGB,
+                 kind.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    if (kind.gamma > 0)
+        png_set_gAMA(png, info, kind.gamma);
+    host::Rgb key = pictureColor(0, 0);
+    png_color_16 transparent{0, key.r, key.g, key.b, 0};
+    if (kind.transparent)
+        png_set_tRNS(png, info, nullptr, 0, &transparent);
+    png_write_info(png, info);
+    std::vector<uint8_t> pixels;
+    for (int j = 0; j < height; ++j)
+        for (int i = 0; i < width; ++i) {
+            host::Rgb c = pictureColor(i, j);
+            pixels.insert(pixels.end(), {c.r, c.g, c.b});
+        }
+    std::vector<png_bytep> rows;
+    for (int j = 0; j < height; ++j)
+        rows.push_back(&pixels[(size_t)j * width * 3]);
+    png_write_image(png, rows.data());
+    png_write_end(png, nullptr);
+    png_destroy_write_struct(&png, &info);
+    std::fclose(file);
+    return path;
+}
+
+// Other kinds, through libpng's simple interface.
+std::string writeFormat(const Folder& dir, const char* name, png_uint_32 format, int width, int height)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = (png_uint_32)width;
+    image.height = (png_uint_32)height;
+    image.format = format;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = (uint8_t)(i * 7 + i / 13);
+    std::string path = dir.path(std::string(name) + ".png");
+    EXPECT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
+    return path;
+}
+
+std::string readBytes(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
+{
+    Folder dir;
+    std::vector<std::string> paths;
+    for (const Kind& kind : {Kind{"plain", false, 0, false}, Kind{"srgb-gamma", false, 1 / 2.2, false},
+                             Kind{"linear-gamma", false, 1.0, false}, Kind{"dark-gamma", false, 0.3, false},
+                             Kind{"interlaced", true, 0, false}, Kind{"transparent", false, 0, true}})
+        paths.push_back(writeKind(dir, kind, 37, 23));
+    paths.push_back(writeFormat(dir, "rgba", PNG_FORMAT_RGBA, 21, 9));
+    paths.push_back(writeFormat(dir, "grey", PNG_FORMAT_GRAY, 21, 9));
+    paths.push_back(writeFormat(dir, "rgb16", PNG_FORMAT_LINEAR_RGB, 21, 9));
+    paths.push_back(writeFormat(dir, "bgr", PNG_FORMAT_BGR, 21, 9));
+    paths.push_back(dir.writePicture("simple.png", 1, 1));
+    for (const std::string& path : paths)
+        for (bool streamed : {true, false}) {
+            host::Picture expected;
+            std::string error;
+            ASSERT_TRUE(host::readPng(path, expected, error)) << path << ": " << error;
+            host::PictureReader reader(path, streamed);
+            ASSERT_TRUE(reader.wait(3, error)) << path << ": " << error;
+            const host::Picture& first = reader.picture();
+            ASSERT_EQ(first.width, expected.width) << path;
+            size_t topRows = (size_t)std::min(3, expected.height) * expected.width * 3;
+            EXPECT_TRUE(std::equal(expected.rgb.begin(), expected.rgb.begin() + topRows, first.rgb.begin()))
+                << path << " (first rows)";
+            ASSERT_TRUE(reader.wait(INT_MAX, error)) << path << ": " << error;
+            EXPECT_EQ(reader.picture().height, expected.height) << path;
+            EXPECT_TRUE(reader.picture().rgb == expected.rgb) << path << (streamed ? " streamed" : " whole");
+        }
+}
+
+// A file that breaks off, or is no picture at all, gets readPng's own words,
+// however many of its rows were drawn before the break.
+TEST(PictureReader, ABrokenPictureGetsReadPngsVerdict)
+{
+    Folder dir;
+    std::string whole = readBytes(writeKind(dir, {"long", false, 0, false}, 600, 400));
+    struct Case {
+        const char* name;
+        std::string bytes;
+        int32_t firstWait;
+    } cases[] = {
+        {"cut.png", whole.substr(0, whole.size() * 2 / 3), 1},
+        {"cut-early.png", whole.substr(0, whole.size() / 3), 400},
+        {"no-end.png", whole.substr(0, whole.size() - 12), 2},
+        {"text.png", "not a picture", 1},
+        {"missing.png", "", 1},
+    };
+    for (const Case& c : cases) {
+        std::string path = c.bytes.empty() ? dir.path(c.name) : dir.write(c.name, c.bytes);
+        host::Picture picture;
+        std::string expected, error;
+        bool readable = host::readPng(path, picture, expected);
+        host::PictureReader reader(path, true);
+        reader.wait(c.firstWait, error);
+        EXPECT_EQ(reader.wait(INT_MAX, error), readable) << c.name;
+        EXPECT_EQ(error, expected) << c.name;
+    }
+}
+
+TEST(PictureReader, APictureLetGoWhileBeingReadStopsItsThread)
+{
+    Folder dir;
+    std::string path = dir.writePicture("big.png", 1500, 700);
+    for (int32_t rows : {0, 1, 350}) {
+        host::PictureReader reader(path, true);
+        std::string error;
+        if (rows) {
+            EXPECT_TRUE(reader.wait(rows, error)) << error;
+        }
+    }
+}
+
+// A picture large enough to be read on its own thread, drawn at its own size
+// and stretched, band after band with one picture store as a page is run:
+// each band shows the picture's pixels, and the store then lets it go.
+TEST(PictureReader, BandsDrawnWhileAPictureIsReadShowItsPixels)
+{
+    Folder dir;
+    host::JobSpec job;
+    job.source = "job.json";
+    job.images.push_back({dir.writePicture("large.png", 700, 520), 700, 520});
+    job.pages.push_back({{host::ImageOp{0, -300, -250, 700, 520}, host::ImageOp{0, 100, 70, 50, 40}}});
+    SIZEL page{160, 120};
+    auto whole = hosttest::drawBand(job, 0, {0, 0}, page.cx, page.cy);
+    host::PictureStore pictures(job);
+    host::HostDevice device;
+    for (int at = 0; at < page.cy; at += 25) {
+        host::Surface band(page.cx, 25, host::SurfaceFormat::Rgb24);
+        band.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+        host::replayPage(host::DriverTable(), band.obj(), job, 0, {0, at}, page, pictures);
+        int bad = 0;
+        for (int y = 0; y < 25 && at + y < page.cy; ++y)
+            for (int x = 0; x < page.cx; ++x) {
+                bool stretched = x >= 100 && x < 150 && at + y >= 70 && at + y < 110;
+                host::Rgb own = stretched ? whole->pixel(x, at + y) : pictureColor(x + 300, at + y + 250);
+                if (!(band.pixel(x, y) == own) && bad++ < 3)
+                    ADD_FAILURE() << "band at " << at << ": pixel (" << x << ", " << y << ")";
+            }
+    }
+    EXPECT_NO_THROW(pictures.pageDone(0));
+}
+
+// A picture that breaks off below what the page shows still fails the page,
+// as it would had it been read whole before the first band.
+TEST(PictureReader, APageWhosePictureBreaksOffBelowItFails)
+{
+    Folder dir;
+    std::string whole = readBytes(dir.writePicture("large.png", 700, 520));
+    std::string path = dir.write("cut.png", whole.substr(0, whole.size() * 3 / 4));
+    host::JobSpec job;
+    job.source = "job.json";
+    job.images.push_back({path, 700, 520});
+    job.pages.push_back({{host::ImageOp{0, 0, 0, 700, 520}}});
+    host::PictureStore pictures(job);
+    host::HostDevice device;
+    host::Surface band(160, 20, host::SurfaceFormat::Mono1);
+    band.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+    host::Picture picture;
+    std::string error, failure = "(let through)";
+    ASSERT_FALSE(host::readPng(path, picture, error));
+    try {  // the band itself may find the break, when the reader is there first
+        host::replayPage(host::DriverTable(), band.obj(), job, 0, {0, 0}, {160, 20}, pictures);
+        pictures.pageDone(0);
+    } catch (const host::JobError& e) {
+        failure = e.what();
+    }
+    EXPECT_EQ(failure, path + ": " + error);
+}
+
+}  // namespace

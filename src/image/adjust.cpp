@@ -401,24 +401,13 @@ struct ScanLineRow {
     ULONG format;
     PixelColor get(DWORD x) const { return scanPixel(line, x, format); }
     void set(DWORD x, const PixelColor& c) const { putScanPixel(line, x, format, c); }
-    // At 24 bpp eight bytes at a time, each against the byte one pixel
-    // before it (x86 is little-endian: the lowest set bit is the first
-    // differing byte).
+    // At 24 bpp a word of bytes at a time, each against the byte one pixel
+    // before it.
     DWORD runEnd(DWORD from, DWORD to) const
     {
         if (format != BMF_24BPP)
             return runEndOf(*this, from, to);
-        size_t k = (size_t)from * 3, end = (size_t)to * 3;
-        for (uint64_t a, b; k + 8 <= end; k += 8) {
-            memcpy(&a, line + k, 8);
-            memcpy(&b, line + k - 3, 8);
-            if (a != b)
-                return (DWORD)((k + (size_t)__builtin_ctzll(a ^ b) / 8) / 3);
-        }
-        for (; k < end; ++k)
-            if (line[k] != line[k - 3])
-                return (DWORD)(k / 3);
-        return to;
+        return (DWORD)(runEndBytes24(line, (size_t)from * 3, (size_t)to * 3) / 3);
     }
 };
 

@@ -78,3 +78,21 @@ inline bool allWhite(const BYTE* p, size_t n)
         all &= loadWord(p + i);
     return (all & loadWord(p + n - 8)) == UINT64_MAX;
 }
+
+// The first byte from `from` on (below `to`) that differs from the byte three
+// before it, `to` when none: at 24 bpp, where a run of one colour ends. Eight
+// bytes at a time; x86 is little-endian, so the lowest set bit of the
+// difference is the first differing byte.
+inline size_t runEndBytes24(const BYTE* line, size_t from, size_t to)
+{
+    size_t k = from;
+    for (; k + 8 <= to; k += 8) {
+        uint64_t diff = loadWord(line + k) ^ loadWord(line + k - 3);
+        if (diff)
+            return k + (size_t)__builtin_ctzll(diff) / 8;
+    }
+    for (; k < to; ++k)
+        if (line[k] != line[k - 3])
+            return k;
+    return to;
+}

@@ -53,6 +53,9 @@ void EraseSurface(SURFOBJ* pso);
 // The colour of the factor x factor cell whose top-left pixel is (x, y):
 // factor 1 reads the pixel as it is; larger cells take getAreaColor.
 void getSampleColor(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, PixelColor* color);
+// getSampleColor of count cells side by side, the first at (x, y), into
+// colours; a cell whose skip byte is set is not read and its colour not written.
+void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, const BYTE* skip, PixelColor* colours);
 // The weighted colour of columns x0 .. x1-1 and rows y0 .. y1-1, dark pixels
 // weighing up to ThinLineIntensity x factor times as much as light ones. Ink
 // pixels are painted white on the surface first. A cell reaching past the

@@ -80,8 +80,9 @@ struct CellSums {
     // met: the same sums as add for each, a run of one colour at once, with
     // the running totals kept in registers for the row. Shapes, strokes and
     // smooth pictures are mostly runs; noise costs a comparison more a pixel.
-    void addRow24(BYTE* p, DWORD count)
+    bool addRow24(BYTE* p, DWORD count)
     {
+        bool inked = false;
         uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
         DWORD lo = minS, hi = maxS;
         const size_t bytes = (size_t)count * 3;
@@ -92,8 +93,10 @@ struct CellSums {
                                 ? at + 3
                                 : runEndBytes24(p, at + 6, bytes) / 3 * 3;
             uint64_t n = (runEnd - at) / 3;
-            if (q[1] == 6 && ((q[0] == 5 && q[2] == 7) || (q[0] == 7 && q[2] == 5)))
+            if (q[1] == 6 && ((q[0] == 5 && q[2] == 7) || (q[0] == 7 && q[2] == 5))) {
                 memset(q, 0xFF, runEnd - at);  // ink
+                inked = true;
+            }
             DWORD r = q[0], g = q[1], b = q[2], bright = r + g + b;
             lo = bright < lo ? bright : lo;
             hi = bright > hi ? bright : hi;
@@ -117,6 +120,18 @@ struct CellSums {
         sc[1] += sc1;
         sc[2] += sc2;
         last = PixelColor{p[bytes - 3], p[bytes - 2], p[bytes - 1]};
+        return inked;
+    }
+
+    // The sums of `times` copies of what was added so far.
+    void repeat(uint64_t times)
+    {
+        n *= times;
+        s *= times;
+        for (int i = 0; i < 3; ++i) {
+            c[i] *= times;
+            sc[i] *= times;
+        }
     }
 };
 
@@ -143,6 +158,21 @@ PixelColor weightedMean(const CellSums& sums, uint64_t k)
             out[i] = (BYTE)(((Wide)k * light + dark) / total);
     }
     return PixelColor{out[0], out[1], out[2]};
+}
+
+// The weight factor of a cell factor pixels on a side: the true product, which
+// 64 bits hold for any setting; 0 counts as 1.
+uint64_t weightFactor(const SURFOBJ* pso, DWORD factor)
+{
+    uint64_t k = (uint64_t)thinLineIntensity(pso) * factor;
+    return k == 0 ? 1 : k;
+}
+
+// The colour of a summed cell: equally bright pixels are not mixed, the cell
+// takes its bottom-right pixel; else the weighted mean.
+PixelColor cellColour(const CellSums& sums, uint64_t k)
+{
+    return sums.minS == sums.maxS ? sums.last : weightedMean(sums, k);
 }
 
 // A 24-bpp cell of one colour, not ink, takes that colour: all its pixels
@@ -266,14 +296,60 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         }
     }
 
-    // Equally bright pixels are not mixed: the cell takes its bottom-right pixel.
     if (sums.minS == sums.maxS) {
         *color = sums.last;
         return;
     }
-    // The weight factor is the true product; 64 bits hold it for any setting.
-    uint64_t k = (uint64_t)thinLineIntensity(pso) * factor;
-    if (k == 0)
-        k = 1;
-    *color = weightedMean(sums, k);
+    *color = cellColour(sums, weightFactor(pso, factor));
+}
+
+// A strip of scan lines that are byte for byte the same over the cells holds
+// cells whose rows all repeat their first: such a cell sums its first row
+// once, times factor (a row with ink excepted, which every row then holds).
+// Paper, vertical strokes and the sides of shapes are mostly such strips, and
+// one comparison of whole scan lines finds them.
+void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, const BYTE* skip, PixelColor* colours)
+{
+    DWORD cx = pso ? widthOf(pso) : 0, cy = pso ? heightOf(pso) : 0;
+    bool strips = pso && pso->pvScan0 && pso->iBitmapFormat == BMF_24BPP && factor > 1 && count > 0 &&
+                  (uint64_t)y + factor <= cy && (uint64_t)x + (uint64_t)count * factor <= UINT32_MAX;
+    if (!strips) {
+        for (DWORD i = 0; i < count; ++i)
+            if (!skip[i])
+                getSampleColor(pso, x + i * factor, y, factor, &colours[i]);
+        return;
+    }
+    // The cells that lie inside the bitmap: the rest are paper.
+    DWORD inside = x >= cx ? 0 : (cx - x) / factor;
+    inside = inside < count ? inside : count;
+    BYTE* first = scanLine(pso, y) + (size_t)x * 3;
+    size_t bytes = (size_t)inside * factor * 3;
+    bool repeats = true;
+    for (DWORD j = 1; j < factor && repeats; ++j)
+        repeats = sameBytes(scanLine(pso, y + j) + (size_t)x * 3, first, bytes);
+    uint64_t k = weightFactor(pso, factor);
+    for (DWORD i = 0; i < count; ++i) {
+        if (skip[i])
+            continue;
+        if (i >= inside) {
+            colours[i] = kWhite;
+            continue;
+        }
+        DWORD x0 = x + i * factor;
+        if (repeats) {
+            BYTE* row = first + (size_t)i * factor * 3;
+            PixelColor c = {row[0], row[1], row[2]};
+            if (!isInk(c) && sameBytes(row, row + 3, (size_t)(factor - 1) * 3)) {
+                colours[i] = c;  // one colour: paper or the inside of a shape
+                continue;
+            }
+            CellSums sums;
+            if (!sums.addRow24(row, factor)) {
+                sums.repeat(factor);
+                colours[i] = cellColour(sums, k);
+                continue;
+            }
+        }
+        getAreaColor(pso, x0, y, x0 + factor, y + factor, &colours[i], factor);
+    }
 }

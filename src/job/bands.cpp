@@ -52,17 +52,27 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
     pdv->pEmbossPage = nullptr;
 }
 
-// The colour tone mapping sees for the f x f square at (x, y) of the band:
-// a text marker's colour, else the surface's own.
-inline void squareColour(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD f, PixelColor* colour)
+// Cells converted together: one stretch of a cell row of the surface, its
+// marker colours and samples held on the stack.
+const DWORD kCellsAtOnce = 256;
+
+// The colours tone mapping sees for count cells of f x f pixels side by side
+// on the band surface, the first at (x, y): a text marker's colour, else the
+// surface's own. A strip without markers is passed by one look at its bytes.
+void stripColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD f, DWORD count, PixelColor* colours)
 {
-    BYTE m = TextPage_getMax(markers, x, y, f, f);
-    if (m == kMarkerBraille)
-        *colour = kBrailleColour;
-    else if (m == kMarkerItalic)
-        *colour = kItalicColour;
-    else
-        getSampleColor(pso, x, y, f, colour);
+    BYTE marked[kCellsAtOnce] = {};
+    if (!TextPage_isClear(markers, x, y, count * f, f)) {
+        for (DWORD i = 0; i < count; ++i) {
+            BYTE m = TextPage_getMax(markers, x + i * f, y, f, f);
+            if (m == kMarkerBraille)
+                colours[i] = kBrailleColour;
+            else if (m == kMarkerItalic)
+                colours[i] = kItalicColour;
+            marked[i] = m == kMarkerBraille || m == kMarkerItalic;
+        }
+    }
+    getSampleRow(pso, x, y, f, count, marked, colours);
 }
 
 }  // namespace
@@ -149,19 +159,26 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
     ToneTable_init(&tone, config);
     bool landscape = pdv->bLandscape != 0;
     bool turnedRight = config->LandscapeMode != 0;
-    for (INT j = 0; j < height; ++j) {
-        for (INT i = 0; i < width; ++i) {
-            DWORD x = (DWORD)(landscape ? j : i) * f;
-            DWORD y = (DWORD)(landscape ? i : j) * f;
-            PixelColor colour;
-            squareColour(pso, markers, x, y, f, &colour);
-            INT dot = ToneTable_dotHeight(&tone, (DWORD)i, (DWORD)(yOffset + j), &colour);
-            DWORD tx = (DWORD)i, ty = (DWORD)(yOffset + j);
-            if (landscape && turnedRight)
-                tx = pPage->width - 1 - (DWORD)i;
-            else if (landscape)
-                ty = pPage->height - 1 - (DWORD)(yOffset + j);
-            TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+    // The band is read a cell row of the surface at a time: a row of the page
+    // in portrait, a column of it in landscape.
+    DWORD rows = (DWORD)(landscape ? width : height), across = (DWORD)(landscape ? height : width);
+    if (width <= 0 || height <= 0)
+        return;
+    PixelColor colours[kCellsAtOnce];
+    for (DWORD row = 0; row < rows; ++row) {
+        for (DWORD first = 0; first < across; first += kCellsAtOnce) {
+            DWORD count = across - first < kCellsAtOnce ? across - first : kCellsAtOnce;
+            stripColours(pso, markers, first * f, row * f, f, count, colours);
+            for (DWORD n = 0; n < count; ++n) {
+                DWORD i = landscape ? row : first + n, j = landscape ? first + n : row;
+                DWORD tx = i, ty = (DWORD)yOffset + j;
+                INT dot = ToneTable_dotHeight(&tone, tx, ty, &colours[n]);
+                if (landscape && turnedRight)
+                    tx = pPage->width - 1 - i;
+                else if (landscape)
+                    ty = pPage->height - 1 - ((DWORD)yOffset + j);
+                TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+            }
         }
     }
 }

@@ -119,3 +119,23 @@ BYTE TextPage_getMax(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
     }
     return largest;
 }
+
+// A strip of rows is mostly zero: the words of each row are or-ed together,
+// without looking for the largest byte.
+BOOL TextPage_isClear(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
+{
+    if (!pTP || !pTP->m_Image || w == 0 || h == 0 || !inside(pTP, (uint64_t)x + w - 1, (uint64_t)y + h - 1))
+        return FALSE;
+    const BYTE* row = pTP->m_Image + (size_t)pTP->width * y + x;
+    for (DWORD j = 0; j < h; ++j, row += pTP->width) {
+        uint64_t any = 0;
+        DWORD i = 0;
+        for (; i + 8 <= w; i += 8)
+            any |= load8(row + i);
+        for (; i < w; ++i)
+            any |= row[i];
+        if (any)
+            return FALSE;
+    }
+    return TRUE;
+}

@@ -8,6 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace {
 
@@ -66,6 +69,52 @@ TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
     }
 }
 
+// Rows of cells sampled together against cell-by-cell sampling, in the same
+// order: strips whose scan lines repeat (paper, vertical strokes, ink in
+// every line) as well as ordinary ones, rows starting anywhere and running
+// past the right edge, cells left out by the skip mask untouched.
+TEST(CrossCheck, CellRowsMatchCellByCellSampling)
+{
+    RandomSurfaces random(29);
+    const DWORD intensities[] = {0, 1, 6, 0xFFFFFFFF};
+    const PixelColor untouched = {1, 2, 3};
+    for (int round = 0; round < 3000; ++round) {
+        DWORD factor = (DWORD)random.below(17) + 1;
+        Surface s = random.make((int)factor);
+        LONG cx = s.so.sizlBitmap.cx, cy = s.so.sizlBitmap.cy;
+        size_t stride = (size_t)std::abs(s.so.lDelta);
+        BYTE* top = static_cast<BYTE*>(s.so.pvScan0);
+        for (LONG y = 0; y < cy; ++y)  // most strips repeat their first line
+            if (y % (LONG)factor != 0 && random.below(4) != 0)
+                memcpy(top + (ptrdiff_t)y * s.so.lDelta, top + (ptrdiff_t)(y - y % (LONG)factor) * s.so.lDelta,
+                       stride);
+        if (random.below(20) == 0)
+            s.so.pvScan0 = nullptr;
+        Copy expected(s);
+        imagetest::Device device(intensities[random.below(4)], &s.so);
+        expected.so.dhpdev = s.so.dhpdev;
+        for (DWORD y = (DWORD)random.below((int)factor); y < (DWORD)cy + factor; y += factor) {
+            DWORD x = (DWORD)random.below(cx + 1), count = (DWORD)random.below(cx / (LONG)factor + 3) + 1;
+            std::vector<BYTE> skip(count);
+            for (BYTE& b : skip)
+                b = random.below(6) == 0;
+            std::vector<PixelColor> got(count, untouched);
+            getSampleRow(&s.so, x, y, factor, count, skip.data(), got.data());
+            for (DWORD i = 0; i < count; ++i) {
+                PixelColor want = untouched;
+                if (!skip[i] && factor == 1)
+                    getSampleColor(&expected.so, x + i, y, 1, &want);
+                else if (!skip[i])
+                    reference::getAreaColor(&expected.so, x + i * factor, y, x + (i + 1) * factor, y + factor, &want,
+                                            factor);
+                ASSERT_EQ(got[i], want) << "round " << round << ", cell " << i << " of the row at " << x << ", " << y
+                                        << ", factor " << factor;
+            }
+        }
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
 // The table against getDotHeight cell by cell, over settings in and far out
 // of range, inverted or not, every dither value, and positions across the
 // dither matrix.
@@ -93,7 +142,7 @@ TEST(CrossCheck, ToneTableMatchesGetDotHeight)
     }
 }
 
-// The marker maximum against the plain largest byte, on pages of sparse
+// The marker maximum and the clear test against the plain largest byte, on pages of sparse
 // markers, areas of every width from 1 to 40 (inside the page: an area
 // reaching outside reads 255 whatever the bytes).
 TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
@@ -115,6 +164,10 @@ TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
                 for (DWORD i = x; i < x + w; ++i)
                     largest = std::max(largest, page->m_Image[(size_t)j * width + i]);
             ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest) << "round " << round << ", " << w << " x " << h;
+            ASSERT_EQ(TextPage_isClear(page, x, y, w, h), largest == 0) << "round " << round;
+            // Reaching past the right or bottom edge is never clear.
+            ASSERT_FALSE(TextPage_isClear(page, x, y, width - x + 1, h));
+            ASSERT_FALSE(TextPage_isClear(page, x, y, w, height - y + 1));
         }
         TextPage_delete(page);
     }

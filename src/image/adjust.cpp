@@ -411,13 +411,79 @@ struct ScanLineRow {
     }
 };
 
+// A 24-bpp pixel as one number, 0x00BBGGRR, and back.
+inline uint32_t pixel24(const BYTE* line, DWORD x)
+{
+    const BYTE* p = line + (size_t)x * 3;
+    return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16;
+}
+
+inline void putPixel24(BYTE* line, DWORD x, uint32_t c)
+{
+    BYTE* p = line + (size_t)x * 3;
+    p[0] = (BYTE)c;
+    p[1] = (BYTE)(c >> 8);
+    p[2] = (BYTE)(c >> 16);
+}
+
+inline uint32_t brightness24(uint32_t c) { return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16); }
+
+// shiftLine over a 24-bpp scan line, the same scan with colours as numbers:
+// rows of a picture end a run every few pixels, and each end costs a handful
+// of instructions here.
+void shiftRow24(BYTE* line, DWORD n, DWORD rf)
+{
+    uint32_t colour = pixel24(line, 0), previous = colour, next = colour;
+    DWORD start = 0;
+    uint64_t cellEnd = rf;  // the first pixel past the cell of the run's first pixel
+    while (start < n) {
+        DWORD pos = start;
+        if (pixel24(line, pos) == colour)
+            pos = (DWORD)(runEndBytes24(line, ((size_t)pos + 1) * 3, (size_t)n * 3) / 3);
+        if (pos < n)
+            next = pixel24(line, pos);  // at the edge next stays the run's own colour
+        DWORD resume = pos, length = pos - start;
+        // A run that ends within its first cell, empty or not, or one longer
+        // than a cell stays; any other straddles the boundary at cellEnd.
+        if (pos > cellEnd && length <= rf) {
+            DWORD end = pos - 1, inFirst = (DWORD)(cellEnd - start);
+            if (inFirst <= length / 2) {
+                if (brightness24(colour) < brightness24(previous)) {
+                    for (DWORD i = 0; i < inFirst; ++i)
+                        putPixel24(line, start + i, previous);
+                    for (DWORD i = 1; i <= inFirst && (uint64_t)end + i < n; ++i)
+                        putPixel24(line, end + i, colour);
+                    uint64_t after = (uint64_t)end + inFirst + 1;
+                    resume = after < n ? (DWORD)after : n;
+                }
+            } else if (brightness24(colour) < brightness24(next)) {
+                DWORD over = length - inFirst;
+                for (DWORD i = 1; i <= over; ++i)
+                    putPixel24(line, start - i, colour);
+                for (DWORD i = 0; i < over; ++i)
+                    putPixel24(line, end - i, next);
+                resume = end - over + 1;
+            }
+        }
+        previous = colour;
+        colour = next;
+        start = resume;
+        if (start >= cellEnd)
+            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+    }
+}
+
 // The row pass, one scan line at a time.
 void shiftRows(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
 {
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = 0; y < cy; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (rowMayShift(line, cx, rf, format))
+        if (!rowMayShift(line, cx, rf, format))
+            continue;
+        if (format == BMF_24BPP && cx > 0)
+            shiftRow24(line, cx, rf);
+        else
             shiftLine(ScanLineRow{line, format}, cx, rf);
     }
 }
@@ -474,6 +540,27 @@ struct MarkedCells {
                 flags[(size_t)i * cellsX + j] = found;
             }
     }
+
+    // Every cell read, a scan line at a time: a line of paper clears all its
+    // cells at one comparison, and a cell once found marked is not read again.
+    void findAll(SURFOBJ* pso, DWORD rf)
+    {
+        ULONG format = pso->iBitmapFormat;
+        if (format != BMF_24BPP) {
+            refresh(pso, 0, cellsY, 0, cellsX, rf);
+            return;
+        }
+        memset(flags, 0, (size_t)cellsX * cellsY);
+        size_t cellBytes = (size_t)rf * 3;
+        for (DWORD y = 0; y < cellsY * rf; ++y) {
+            const BYTE* line = scanLine(pso, y);
+            if (allWhite(line, cellBytes * cellsX))
+                continue;
+            BYTE* f = flags + (size_t)(y / rf) * cellsX;
+            for (DWORD j = 0; j < cellsX; ++j)
+                f[j] = f[j] || !allWhite(line + j * cellBytes, cellBytes);
+        }
+    }
 };
 
 // snapWindow on scan lines: the same mark found, but the reading stops as
@@ -524,7 +611,7 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
             for (DWORD j = 0; j + 1 < cellsX; ++j)
                 snapWindow(pso, (int64_t)j * rf, (int64_t)i * rf, rf);
     } else {
-        cells.refresh(pso, 0, cellsY, 0, cellsX, rf);
+        cells.findAll(pso, rf);
         for (DWORD i = 0; i + 1 < cellsY; ++i)
             for (DWORD j = 0; j + 1 < cellsX; ++j)
                 snapWindowFast(pso, cells, i, j, rf);

@@ -357,6 +357,51 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
     }
 }
 
+// One column of the sweep at scan line y, whose pixel differs from its
+// run's colour: unless its scan is ahead of the sweep, the run ends here.
+// A column that cannot shift only takes the new colour, so that it is
+// passed again until its colour changes.
+inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWORD x, DWORD y, DWORD cy, DWORD rf)
+{
+    if (!work.columnMayShift[x]) {
+        memcpy(work.runColours + (size_t)x * 3, line + (size_t)x * 3, 3);
+        return;
+    }
+    RunScan<SurfaceColumn>& scan = work.scans[x];
+    if (scan.pos > y)
+        return;  // ahead of the sweep
+    scan.pos = y;
+    scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
+    putScanPixel(work.runColours, x, BMF_24BPP, scan.run.colour);
+}
+
+// A 24-bpp scan line of the sweep, sixteen bytes at a time against the
+// colours of the columns' runs: only the columns whose pixel differs are
+// visited, and stretches without a column that may shift are passed.
+void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DWORD rf)
+{
+    const BYTE* line = scanLine(pso, y);
+    size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
+    while (done < bytes) {
+        size_t stretch = done / 3 / kStretch;  // of the first column not yet visited
+        if (!work.stretchMayShift[stretch]) {
+            done = (stretch + 1) * kStretch * 3;
+            continue;
+        }
+        size_t at = done + 16 > bytes ? bytes - 16 : done;
+        unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & 0xFFFFu;
+        // Bytes of columns already visited are left out.
+        differ &= done > at ? ~0u << (done - at) : ~0u;
+        while (differ) {
+            DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
+            sweepColumn24(pso, work, line, x, y, cy, rf);
+            done = (size_t)(x + 1) * 3;
+            differ &= done - at >= 16 ? 0u : ~0u << (done - at);
+        }
+        done = done > at + 16 ? done : at + 16;
+    }
+}
+
 // The column pass as one sweep down the surface: every column's scan
 // advances by one pixel per scan line, so the surface is read in memory
 // order. A shift repaints its own column only, behind or ahead of the sweep,
@@ -377,8 +422,13 @@ void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
         work.scans[x].begin(SurfaceColumn{pso, x}, rf);
         putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
     }
+    bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
     for (DWORD y = 0; y < cy; ++y) {
         const BYTE* line = scanLine(pso, y);
+        if (wideLines) {
+            sweepLine24(pso, work, y, cx, cy, rf);
+            continue;
+        }
         for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
             if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))

@@ -100,6 +100,14 @@ inline bool allEqualTo(const BYTE* p, size_t n, BYTE value)
 
 #else
 
+inline unsigned equalMask(const BYTE* a, const BYTE* b)
+{
+    unsigned mask = 0;
+    for (unsigned i = 0; i < 16; ++i)
+        mask |= (unsigned)(a[i] == b[i]) << i;
+    return mask;
+}
+
 inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n)
 {
     size_t i = 0;

@@ -123,6 +123,20 @@ struct CellSums {
         return inked;
     }
 
+    // The pixels summed in other, after these.
+    void merge(const CellSums& other)
+    {
+        n += other.n;
+        s += other.s;
+        for (int i = 0; i < 3; ++i) {
+            c[i] += other.c[i];
+            sc[i] += other.sc[i];
+        }
+        minS = other.minS < minS ? other.minS : minS;
+        maxS = other.maxS > maxS ? other.maxS : maxS;
+        last = other.last;
+    }
+
     // The sums of `times` copies of what was added so far.
     void repeat(uint64_t times)
     {
@@ -279,8 +293,20 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
     } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
-        for (DWORD y = y0; y < y1; ++y)
-            sums.addRow24(scanLine(pso, y) + (size_t)x0 * 3, x1 - x0);
+        // A row the same as the one above it (its ink already painted) adds
+        // the same sums: strokes, edges and smooth pictures repeat rows.
+        CellSums row;
+        const BYTE* above = nullptr;
+        size_t bytes = (size_t)(x1 - x0) * 3;
+        for (DWORD y = y0; y < y1; ++y) {
+            BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
+            if (!above || !sameBytes(p, above, bytes)) {
+                row = CellSums();
+                row.addRow24(p, x1 - x0);
+            }
+            sums.merge(row);
+            above = p;
+        }
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {

@@ -312,6 +312,16 @@ bool rowMayShift(const BYTE* line, DWORD cx, DWORD rf, ULONG format)
     return false;
 }
 
+// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
+inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
+
+// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
+bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
+{
+    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
+    return sameBytes(a + from, b + from, to - from);
+}
+
 // The same for every column at once, from the pairs of scan lines around
 // each cell boundary.
 void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
@@ -321,22 +331,20 @@ void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy,
     for (DWORD b = rf; b < cy; b += rf) {
         const BYTE* above = scanLine(pso, b - 1);
         const BYTE* below = scanLine(pso, b);
-        for (DWORD x = 0; x < cx; ++x)
-            work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+            // Paper and shapes go on across the boundary: a stretch at once.
+            if (sameStretch(above, below, x0, x1, format)) {
+                memset(work.columnMayShift + x0, 1, x1 - x0);
+                continue;
+            }
+            for (DWORD x = x0; x < x1; ++x)
+                work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+        }
     }
     memset(work.stretchMayShift, 0, cx / kStretch + 1);
     for (DWORD x = 0; x < cx; ++x)
         work.stretchMayShift[x / kStretch] |= work.columnMayShift[x];
-}
-
-// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
-inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
-
-// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
-bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
-{
-    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
-    return sameBytes(a + from, b + from, to - from);
 }
 
 // One scan line of the sweep over columns x0 .. x1 - 1; the colours of

@@ -410,7 +410,10 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     }
 }
 
-// The column pass as one sweep down the surface: every column's scan
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf);
+
+// The column pass as one sweep down the surface, with the row pass
+// following it a little behind: every column's scan
 // advances by one pixel per scan line, so the surface is read in memory
 // order. A shift repaints its own column only, behind or ahead of the sweep,
 // and the column's scan resumes where the shift says; a scan ahead of the
@@ -420,7 +423,7 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
 // columns' runs, every pixel continues its run (or waits): the stretch is
 // passed by one comparison of bytes. Columns that cannot hold a run to shift
 // are left out.
-void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
+void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
@@ -431,17 +434,23 @@ void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
         putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
     }
     bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
+    // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
+    // once the sweep has passed scan line y the column pass is done with
+    // line y - 2 rf: the row pass takes it then, while it is still in cache.
+    uint64_t lag = 2 * (uint64_t)rf;
     for (DWORD y = 0; y < cy; ++y) {
         const BYTE* line = scanLine(pso, y);
         if (wideLines) {
             sweepLine24(pso, work, y, cx, cy, rf);
-            continue;
+        } else {
+            for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+                DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+                if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
+                    sweepStretch(pso, work, x0, x1, y, cy, rf);
+            }
         }
-        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
-            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-            if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
-                sweepStretch(pso, work, x0, x1, y, cy, rf);
-        }
+        if (y >= lag)
+            shiftRows(pso, cx, (DWORD)(y - lag), (DWORD)(y - lag + 1), rf);
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
@@ -451,6 +460,7 @@ void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
         scan.pos = scan.pos < cy ? cy : scan.pos;
         scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
+    shiftRows(pso, cx, cy > lag ? (DWORD)(cy - lag) : 0, cy, rf);
 }
 
 // A scan line as a line of pixels, read and written in place.
@@ -531,11 +541,11 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
     }
 }
 
-// The row pass, one scan line at a time.
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
+// The row pass over scan lines y0 .. y1 - 1, one at a time.
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf)
 {
     ULONG format = pso->iBitmapFormat;
-    for (DWORD y = 0; y < cy; ++y) {
+    for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
         if (!rowMayShift(line, cx, rf, format))
             continue;
@@ -683,19 +693,20 @@ void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
 {
     void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx)) : nullptr;
     LogMessage("\t\n==================Shifting along y-direction... ===================\n");
-    if (memory)
-        shiftColumns(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
-    else if (rf >= 1)
+    if (memory) {
+        // Both passes in one sweep; the rows are only taken where the columns are done.
+        LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+        shiftColumnsAndRows(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
+        myfree(memory);
+        return;
+    }
+    if (rf >= 1)
         for (DWORD x = 0; x < cx; ++x)
             shiftLine(Column{pso, x}, cy, (DWORD)rf);
     LogMessage("\t\n=================Shifting along x-direction...=====================\n");
-    if (memory)
-        shiftRows(pso, cx, cy, (DWORD)rf);
-    else if (rf >= 1)
+    if (rf >= 1)
         for (DWORD y = 0; y < cy; ++y)
             shiftLine(Row{pso, y}, cx, (DWORD)rf);
-    if (memory)
-        myfree(memory);
 }
 
 }  // namespace

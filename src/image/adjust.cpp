@@ -279,21 +279,121 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
+// A 24-bpp pixel as one number, 0x00BBGGRR, and back.
+inline uint32_t pixel24(const BYTE* line, DWORD x)
+{
+    const BYTE* p = line + (size_t)x * 3;
+    return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16;
+}
+
+inline void putPixel24(BYTE* line, DWORD x, uint32_t c)
+{
+    BYTE* p = line + (size_t)x * 3;
+    p[0] = (BYTE)c;
+    p[1] = (BYTE)(c >> 8);
+    p[2] = (BYTE)(c >> 16);
+}
+
+inline uint32_t brightness24(uint32_t c) { return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16); }
+
+// A column or a row of a 24-bpp surface: pixel i lies step bytes after pixel i - 1.
+struct Line24 {
+    BYTE* first;
+    ptrdiff_t step;
+    uint32_t get(DWORD i) const { return pixel24(first + (ptrdiff_t)i * step, 0); }
+    void put(DWORD i, uint32_t c) const { putPixel24(first + (ptrdiff_t)i * step, 0, c); }
+};
+
+// shiftRun with colours as numbers, for a run start .. pos - 1 of at most rf
+// pixels that straddles the cell boundary at cellEnd; returns where the scan
+// continues.
+DWORD shiftRun24(const Line24& line, DWORD start, DWORD pos, uint64_t cellEnd, uint32_t colour, uint32_t previous,
+                 uint32_t next, DWORD n)
+{
+    DWORD end = pos - 1, length = pos - start, inFirst = (DWORD)(cellEnd - start);
+    if (inFirst <= length / 2) {
+        if (brightness24(colour) >= brightness24(previous))
+            return pos;
+        for (DWORD i = 0; i < inFirst; ++i)
+            line.put(start + i, previous);
+        for (DWORD i = 1; i <= inFirst && (uint64_t)end + i < n; ++i)
+            line.put(end + i, colour);
+        uint64_t after = (uint64_t)end + inFirst + 1;
+        return after < n ? (DWORD)after : n;
+    }
+    if (brightness24(colour) >= brightness24(next))
+        return pos;
+    DWORD over = length - inFirst;
+    for (DWORD i = 1; i <= over; ++i)
+        line.put(start - i, colour);
+    for (DWORD i = 0; i < over; ++i)
+        line.put(end - i, next);
+    return end - over + 1;
+}
+
+// RunScan over a 24-bpp column, with colours as numbers: the same scan,
+// resumable at any scan line, for the column sweep.
+struct ColumnScan24 {
+    uint32_t colour, previous, next;
+    DWORD start;
+    DWORD pos;
+    uint64_t cellEnd;
+
+    void begin(const Line24& column, DWORD rf)
+    {
+        colour = previous = next = column.get(0);
+        start = pos = 0;
+        cellEnd = rf;
+    }
+    // Scans on through pixel limit (up to the column's length n).
+    void advance(const Line24& column, DWORD n, DWORD limit, DWORD rf)
+    {
+        while (pos <= limit && start < n) {
+            if (pos < n) {
+                uint32_t c = column.get(pos);
+                if (c == colour) {
+                    ++pos;
+                    continue;
+                }
+                next = c;
+            }
+            DWORD resume = pos <= cellEnd || pos - start > rf
+                               ? pos
+                               : shiftRun24(column, start, pos, cellEnd, colour, previous, next, n);
+            previous = colour;
+            colour = next;
+            start = pos = resume;
+            if (start >= cellEnd)
+                cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        }
+    }
+};
+
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
 // columns and stretches may hold a run to shift at all.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
+    ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
     BYTE* runColours;
     BYTE* columnMayShift;
     BYTE* stretchMayShift;
     static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1; }
     explicit ColumnScans(void* memory, DWORD cx)
-        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx)),
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
+          runColours(reinterpret_cast<BYTE*>(scans + cx)),
           columnMayShift(runColours + (size_t)cx * 3), stretchMayShift(columnMayShift + cx)
     {
     }
 };
+
+static_assert(sizeof(ColumnScan24) <= sizeof(RunScan<SurfaceColumn>), "both scans fit the same memory");
+
+// Column x of a 24-bpp surface.
+inline Line24 column24(SURFOBJ* pso, DWORD x)
+{
+    return Line24{static_cast<BYTE*>(pso->pvScan0) + (size_t)x * 3, pso->lDelta};
+}
 
 // Whether pixels x - 1 and x of a scan line are the same colour.
 inline bool sameAsBefore(const BYTE* line, DWORD x, ULONG format)
@@ -375,12 +475,12 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
         memcpy(work.runColours + (size_t)x * 3, line + (size_t)x * 3, 3);
         return;
     }
-    RunScan<SurfaceColumn>& scan = work.scans[x];
+    ColumnScan24& scan = work.scans24[x];
     if (scan.pos > y)
         return;  // ahead of the sweep
     scan.pos = y;
-    scan.advance(SurfaceColumn{pso, x}, cy, y, rf);
-    putScanPixel(work.runColours, x, BMF_24BPP, scan.run.colour);
+    scan.advance(column24(pso, x), cy, y, rf);
+    putPixel24(work.runColours, x, scan.colour);
 }
 
 // A 24-bpp scan line of the sweep, sixteen bytes at a time against the
@@ -429,11 +529,16 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
         return;
     ULONG format = pso->iBitmapFormat;
     findColumnsThatMayShift(pso, work, cx, cy, rf);
+    bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
     for (DWORD x = 0; x < cx; ++x) {
+        if (wideLines) {
+            work.scans24[x].begin(column24(pso, x), rf);
+            putPixel24(work.runColours, x, work.scans24[x].colour);
+            continue;
+        }
         work.scans[x].begin(SurfaceColumn{pso, x}, rf);
         putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
     }
-    bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
     // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
     // once the sweep has passed scan line y the column pass is done with
     // line y - 2 rf: the row pass takes it then, while it is still in cache.
@@ -454,9 +559,15 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
-        RunScan<SurfaceColumn>& scan = work.scans[x];
         if (!work.columnMayShift[x])
             continue;
+        if (wideLines) {
+            ColumnScan24& scan = work.scans24[x];
+            scan.pos = scan.pos < cy ? cy : scan.pos;
+            scan.advance(column24(pso, x), cy, cy, rf);
+            continue;
+        }
+        RunScan<SurfaceColumn>& scan = work.scans[x];
         scan.pos = scan.pos < cy ? cy : scan.pos;
         scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
@@ -479,23 +590,6 @@ struct ScanLineRow {
     }
 };
 
-// A 24-bpp pixel as one number, 0x00BBGGRR, and back.
-inline uint32_t pixel24(const BYTE* line, DWORD x)
-{
-    const BYTE* p = line + (size_t)x * 3;
-    return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16;
-}
-
-inline void putPixel24(BYTE* line, DWORD x, uint32_t c)
-{
-    BYTE* p = line + (size_t)x * 3;
-    p[0] = (BYTE)c;
-    p[1] = (BYTE)(c >> 8);
-    p[2] = (BYTE)(c >> 16);
-}
-
-inline uint32_t brightness24(uint32_t c) { return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16); }
-
 // shiftLine over a 24-bpp scan line, the same scan with colours as numbers:
 // rows of a picture end a run every few pixels, and each end costs a handful
 // of instructions here.
@@ -510,29 +604,11 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
             pos = (DWORD)(runEndBytes24(line, ((size_t)pos + 1) * 3, (size_t)n * 3) / 3);
         if (pos < n)
             next = pixel24(line, pos);  // at the edge next stays the run's own colour
-        DWORD resume = pos, length = pos - start;
         // A run that ends within its first cell, empty or not, or one longer
         // than a cell stays; any other straddles the boundary at cellEnd.
-        if (pos > cellEnd && length <= rf) {
-            DWORD end = pos - 1, inFirst = (DWORD)(cellEnd - start);
-            if (inFirst <= length / 2) {
-                if (brightness24(colour) < brightness24(previous)) {
-                    for (DWORD i = 0; i < inFirst; ++i)
-                        putPixel24(line, start + i, previous);
-                    for (DWORD i = 1; i <= inFirst && (uint64_t)end + i < n; ++i)
-                        putPixel24(line, end + i, colour);
-                    uint64_t after = (uint64_t)end + inFirst + 1;
-                    resume = after < n ? (DWORD)after : n;
-                }
-            } else if (brightness24(colour) < brightness24(next)) {
-                DWORD over = length - inFirst;
-                for (DWORD i = 1; i <= over; ++i)
-                    putPixel24(line, start - i, colour);
-                for (DWORD i = 0; i < over; ++i)
-                    putPixel24(line, end - i, next);
-                resume = end - over + 1;
-            }
-        }
+        DWORD resume = pos <= cellEnd || pos - start > rf
+                           ? pos
+                           : shiftRun24(Line24{line, 3}, start, pos, cellEnd, colour, previous, next, n);
         previous = colour;
         colour = next;
         start = resume;

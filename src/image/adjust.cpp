@@ -490,23 +490,26 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
 {
     const BYTE* line = scanLine(pso, y);
     size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
-    while (done < bytes) {
-        size_t stretch = done / 3 / kStretch;  // of the first column not yet visited
+    for (size_t stretch = 0; done < bytes; ++stretch) {
+        size_t stretchEnd = (stretch + 1) * kStretch * 3;
+        stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
         if (!work.stretchMayShift[stretch]) {
-            done = (stretch + 1) * kStretch * 3;
+            done = stretchEnd;
             continue;
         }
-        size_t at = done + 16 > bytes ? bytes - 16 : done;
-        unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & 0xFFFFu;
-        // Bytes of columns already visited are left out.
-        differ &= done > at ? ~0u << (done - at) : ~0u;
-        while (differ) {
-            DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
-            sweepColumn24(pso, work, line, x, y, cy, rf);
-            done = (size_t)(x + 1) * 3;
-            differ &= done - at >= 16 ? 0u : ~0u << (done - at);
+        while (done < stretchEnd) {
+            size_t at = done + 16 > bytes ? bytes - 16 : done;
+            unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & 0xFFFFu;
+            // Bytes of columns already visited are left out.
+            differ &= done > at ? ~0u << (done - at) : ~0u;
+            while (differ) {
+                DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
+                sweepColumn24(pso, work, line, x, y, cy, rf);
+                done = (size_t)(x + 1) * 3;
+                differ &= done - at >= 16 ? 0u : ~0u << (done - at);
+            }
+            done = done > at + 16 ? done : at + 16;
         }
-        done = done > at + 16 ? done : at + 16;
     }
 }
 

@@ -10,6 +10,7 @@
 
 #include "config/config.h"
 #include "device/xpdv.h"
+#include "page/textpage.h"
 
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,16 @@ namespace {
 
 const PixelColor kWhite = {255, 255, 255};
 const PixelColor kNoBits = {127, 127, 127};
+
+// The text markers that stand for colours: a braille dot, and the grey
+// background of simulated italics.
+const BYTE kMarkerBraille = 1;
+const BYTE kMarkerItalic = 2;
+const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
+const PixelColor kItalicColour = {200, 200, 200};
+
+// Cells that getCellColours takes at once.
+const DWORD kCellsAtOnce = 256;
 
 // Brightness range of a pixel: red + green + blue.
 const DWORD kBrightest = 765;
@@ -378,4 +389,24 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
         }
         getAreaColor(pso, x0, y, x0 + factor, y + factor, &colours[i], factor);
     }
+}
+
+// A strip without markers, the usual case, is passed by one look at its bytes.
+void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
+                    PixelColor* colours)
+{
+    BYTE marked[kCellsAtOnce] = {};
+    count = count < kCellsAtOnce ? count : kCellsAtOnce;
+    bool clear = (uint64_t)count * factor <= UINT32_MAX && TextPage_isClear(markers, x, y, count * factor, factor);
+    if (!clear) {
+        for (DWORD i = 0; i < count; ++i) {
+            BYTE m = TextPage_getMax(markers, x + i * factor, y, factor, factor);
+            if (m == kMarkerBraille)
+                colours[i] = kBrailleColour;
+            else if (m == kMarkerItalic)
+                colours[i] = kItalicColour;
+            marked[i] = m == kMarkerBraille || m == kMarkerItalic;
+        }
+    }
+    getSampleRow(pso, x, y, factor, count, marked, colours);
 }

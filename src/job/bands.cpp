@@ -19,13 +19,6 @@
 
 namespace {
 
-// The text markers that stand for colours: a braille dot, and the grey
-// background of simulated italics.
-const BYTE kMarkerBraille = 1;
-const BYTE kMarkerItalic = 2;
-const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
-const PixelColor kItalicColour = {200, 200, 200};
-
 // The public devmode's copies; one when there is no devmode.
 INT copiesOf(SURFOBJ* pso)
 {
@@ -53,27 +46,8 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
 }
 
 // Cells converted together: one stretch of a cell row of the surface, its
-// marker colours and samples held on the stack.
+// colours held on the stack.
 const DWORD kCellsAtOnce = 256;
-
-// The colours tone mapping sees for count cells of f x f pixels side by side
-// on the band surface, the first at (x, y): a text marker's colour, else the
-// surface's own. A strip without markers is passed by one look at its bytes.
-void stripColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD f, DWORD count, PixelColor* colours)
-{
-    BYTE marked[kCellsAtOnce] = {};
-    if (!TextPage_isClear(markers, x, y, count * f, f)) {
-        for (DWORD i = 0; i < count; ++i) {
-            BYTE m = TextPage_getMax(markers, x + i * f, y, f, f);
-            if (m == kMarkerBraille)
-                colours[i] = kBrailleColour;
-            else if (m == kMarkerItalic)
-                colours[i] = kItalicColour;
-            marked[i] = m == kMarkerBraille || m == kMarkerItalic;
-        }
-    }
-    getSampleRow(pso, x, y, f, count, marked, colours);
-}
 
 }  // namespace
 
@@ -168,7 +142,7 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
     for (DWORD row = 0; row < rows; ++row) {
         for (DWORD first = 0; first < across; first += kCellsAtOnce) {
             DWORD count = across - first < kCellsAtOnce ? across - first : kCellsAtOnce;
-            stripColours(pso, markers, first * f, row * f, f, count, colours);
+            getCellColours(pso, markers, first * f, row * f, f, count, colours);
             for (DWORD n = 0; n < count; ++n) {
                 DWORD i = landscape ? row : first + n, j = landscape ? first + n : row;
                 DWORD tx = i, ty = (DWORD)yOffset + j;

@@ -115,6 +115,49 @@ TEST(CrossCheck, CellRowsMatchCellByCellSampling)
     }
 }
 
+// Rows of cells with the text markers over them against the cell-by-cell
+// rule: marker 1 gives the braille colour, 2 the italic grey, anything else
+// (none, other values, a cell reaching past the marker page) the surface's
+// colour; a marked cell's surface is not read, so its ink stays.
+TEST(CrossCheck, MarkedCellRowsMatchCellByCellColours)
+{
+    RandomSurfaces random(57);
+    const PixelColor braille = {0, 0, 1}, italic = {200, 200, 200};
+    for (int round = 0; round < 1500; ++round) {
+        DWORD factor = (DWORD)random.below(16) + 2;
+        Surface s = random.make((int)factor);
+        DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
+        // The marker page is as large as the surface, or smaller.
+        TextPage* markers = TextPage_new(cx - (DWORD)random.below(3) * (cx / 3), cy, TEXTPAGE_TYPE_ZERO);
+        ASSERT_NE(markers, nullptr);
+        const BYTE values[] = {1, 2, 3};
+        for (int n = random.below(4) ? random.below(8) : 0; n > 0; --n)
+            TextPage_setPixel(markers, (DWORD)random.below((int)cx), (DWORD)random.below((int)cy),
+                              values[random.below(3)]);
+        Copy expected(s);
+        imagetest::Device device(1, &s.so);
+        expected.so.dhpdev = s.so.dhpdev;
+        for (DWORD y = 0; y < cy + factor; y += factor) {
+            DWORD count = cx / factor + 2;
+            std::vector<PixelColor> got(count);
+            getCellColours(&s.so, markers, 0, y, factor, count, got.data());
+            for (DWORD i = 0; i < count; ++i) {
+                PixelColor want;
+                BYTE m = TextPage_getMax(markers, i * factor, y, factor, factor);
+                if (m == 1)
+                    want = braille;
+                else if (m == 2)
+                    want = italic;
+                else
+                    reference::getAreaColor(&expected.so, i * factor, y, (i + 1) * factor, y + factor, &want, factor);
+                ASSERT_EQ(got[i], want) << "round " << round << ", cell " << i << ", " << y << ", marker " << int(m);
+            }
+        }
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+        TextPage_delete(markers);
+    }
+}
+
 // The table against getDotHeight cell by cell, over settings in and far out
 // of range, inverted or not, every dither value, and positions across the
 // dither matrix.

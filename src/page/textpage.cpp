@@ -128,13 +128,20 @@ BOOL TextPage_isClear(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
         return FALSE;
     const BYTE* row = pTP->m_Image + (size_t)pTP->width * y + x;
     for (DWORD j = 0; j < h; ++j, row += pTP->width) {
-        uint64_t any = 0;
+        // Four words to a step, or-ed apart so that the loads overlap.
+        uint64_t any0 = 0, any1 = 0, any2 = 0, any3 = 0;
         DWORD i = 0;
+        for (; i + 32 <= w; i += 32) {
+            any0 |= load8(row + i);
+            any1 |= load8(row + i + 8);
+            any2 |= load8(row + i + 16);
+            any3 |= load8(row + i + 24);
+        }
         for (; i + 8 <= w; i += 8)
-            any |= load8(row + i);
+            any0 |= load8(row + i);
         for (; i < w; ++i)
-            any |= row[i];
-        if (any)
+            any0 |= row[i];
+        if (any0 | any1 | any2 | any3)
             return FALSE;
     }
     return TRUE;

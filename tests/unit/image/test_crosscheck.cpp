@@ -42,6 +42,36 @@ TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
     }
 }
 
+// Pages wider than the sweep's stretches and taller than its lag behind the
+// row pass, drawn as pages are: smooth gradients whose runs are a few pixels
+// long either way (so most runs straddle a cell boundary and many shift),
+// paper, ruled lines and small marks.
+TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
+{
+    RandomSurfaces random(77);
+    for (int round = 0; round < 120; ++round) {
+        int rf = random.below(15) + 2;
+        LONG cx = random.below(260) + 40, cy = random.below(120) + 40;
+        Surface s(cx, cy, BMF_24BPP, random.below(5), random.below(2) == 0);
+        int xStep = random.below(12) + 1, yStep = random.below(12) + 1, diagonal = random.below(40) + 5;
+        for (LONG y = 0; y < cy; ++y)
+            for (LONG x = 0; x < cx; ++x)
+                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7), (BYTE)(y / yStep * 5), (BYTE)((x + y) / diagonal * 3)});
+        RandomSurfaces::fill(s, random.below(cx), 0, random.below(cx / 2) + 1, cy, imagetest::kWhite);
+        for (int n = random.below(20); n > 0; --n) {
+            LONG x = random.below(cx), y = random.below(cy);
+            if (random.below(2))
+                RandomSurfaces::fill(s, 0, y, cx, random.below(2) + 1, imagetest::kBlack);
+            else
+                RandomSurfaces::fill(s, x, y, random.below(rf + 2) + 1, random.below(rf + 2) + 1, random.colour());
+        }
+        Copy expected(s);
+        reference::adjustBitMap(&expected.so, rf);
+        adjustBitMap(&s.so, rf);
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+    }
+}
+
 // Every cell of a grid over the surface (cells past its edges included), in
 // page order, so that the ink each cell removes is gone for the next; every
 // weighting, surfaces without bits too.

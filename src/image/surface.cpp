@@ -90,7 +90,7 @@ struct CellSums {
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
     // met: the same sums as add for each, a run of one colour at once, with
     // the running totals kept in registers for the row. Shapes, strokes and
-    // smooth pictures are mostly runs; noise costs a comparison more a pixel.
+    // smooth pictures are mostly runs; noise costs one comparison more per pixel.
     bool addRow24(BYTE* p, DWORD count)
     {
         bool inked = false;
@@ -103,7 +103,7 @@ struct CellSums {
             size_t runEnd = at + 3 == bytes || q[3] != q[0] || q[4] != q[1] || q[5] != q[2]
                                 ? at + 3
                                 : runEndBytes24(p, at + 6, bytes) / 3 * 3;
-            uint64_t n = (runEnd - at) / 3;
+            uint64_t copies = (runEnd - at) / 3;
             if (q[1] == 6 && ((q[0] == 5 && q[2] == 7) || (q[0] == 7 && q[2] == 5))) {
                 memset(q, 0xFF, runEnd - at);  // ink
                 inked = true;
@@ -111,13 +111,13 @@ struct CellSums {
             DWORD r = q[0], g = q[1], b = q[2], bright = r + g + b;
             lo = bright < lo ? bright : lo;
             hi = bright > hi ? bright : hi;
-            rowS += bright * n;
-            c0 += r * n;
-            c1 += g * n;
-            c2 += b * n;
-            sc0 += bright * r * n;
-            sc1 += bright * g * n;
-            sc2 += bright * b * n;
+            rowS += bright * copies;
+            c0 += r * copies;
+            c1 += g * copies;
+            c2 += b * copies;
+            sc0 += bright * r * copies;
+            sc1 += bright * g * copies;
+            sc2 += bright * b * copies;
             at = runEnd;
         }
         minS = lo;
@@ -333,11 +333,8 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         }
     }
 
-    if (sums.minS == sums.maxS) {
-        *color = sums.last;
-        return;
-    }
-    *color = cellColour(sums, weightFactor(pso, factor));
+    // The configuration is looked up only for a cell whose pixels are mixed.
+    *color = sums.minS == sums.maxS ? sums.last : cellColour(sums, weightFactor(pso, factor));
 }
 
 // A strip of scan lines that are byte for byte the same over the cells holds

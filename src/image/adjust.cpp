@@ -279,21 +279,121 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
+// A 24-bpp pixel as one number, 0x00BBGGRR, and back.
+inline uint32_t pixel24(const BYTE* line, DWORD x)
+{
+    const BYTE* p = line + (size_t)x * 3;
+    return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16;
+}
+
+inline void putPixel24(BYTE* line, DWORD x, uint32_t c)
+{
+    BYTE* p = line + (size_t)x * 3;
+    p[0] = (BYTE)c;
+    p[1] = (BYTE)(c >> 8);
+    p[2] = (BYTE)(c >> 16);
+}
+
+inline uint32_t brightness24(uint32_t c) { return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16); }
+
+// A column or a row of a 24-bpp surface: pixel i lies step bytes after pixel i - 1.
+struct Line24 {
+    BYTE* first;
+    ptrdiff_t step;
+    uint32_t get(DWORD i) const { return pixel24(first + (ptrdiff_t)i * step, 0); }
+    void put(DWORD i, uint32_t c) const { putPixel24(first + (ptrdiff_t)i * step, 0, c); }
+};
+
+// shiftRun with colours as numbers, for a run start .. pos - 1 of at most rf
+// pixels that straddles the cell boundary at cellEnd; returns where the scan
+// continues.
+DWORD shiftRun24(const Line24& line, DWORD start, DWORD pos, uint64_t cellEnd, uint32_t colour, uint32_t previous,
+                 uint32_t next, DWORD n)
+{
+    DWORD end = pos - 1, length = pos - start, inFirst = (DWORD)(cellEnd - start);
+    if (inFirst <= length / 2) {
+        if (brightness24(colour) >= brightness24(previous))
+            return pos;
+        for (DWORD i = 0; i < inFirst; ++i)
+            line.put(start + i, previous);
+        for (DWORD i = 1; i <= inFirst && (uint64_t)end + i < n; ++i)
+            line.put(end + i, colour);
+        uint64_t after = (uint64_t)end + inFirst + 1;
+        return after < n ? (DWORD)after : n;
+    }
+    if (brightness24(colour) >= brightness24(next))
+        return pos;
+    DWORD over = length - inFirst;
+    for (DWORD i = 1; i <= over; ++i)
+        line.put(start - i, colour);
+    for (DWORD i = 0; i < over; ++i)
+        line.put(end - i, next);
+    return end - over + 1;
+}
+
+// RunScan over a 24-bpp column, with colours as numbers: the same scan,
+// resumable at any scan line, for the column sweep.
+struct ColumnScan24 {
+    uint32_t colour, previous, next;
+    DWORD start;
+    DWORD pos;
+    uint64_t cellEnd;
+
+    void begin(const Line24& column, DWORD rf)
+    {
+        colour = previous = next = column.get(0);
+        start = pos = 0;
+        cellEnd = rf;
+    }
+    // Scans on through pixel limit (up to the column's length n).
+    void advance(const Line24& column, DWORD n, DWORD limit, DWORD rf)
+    {
+        while (pos <= limit && start < n) {
+            if (pos < n) {
+                uint32_t c = column.get(pos);
+                if (c == colour) {
+                    ++pos;
+                    continue;
+                }
+                next = c;
+            }
+            DWORD resume = pos <= cellEnd || pos - start > rf
+                               ? pos
+                               : shiftRun24(column, start, pos, cellEnd, colour, previous, next, n);
+            previous = colour;
+            colour = next;
+            start = pos = resume;
+            if (start >= cellEnd)
+                cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        }
+    }
+};
+
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
 // columns and stretches may hold a run to shift at all.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
+    ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
     BYTE* runColours;
     BYTE* columnMayShift;
     BYTE* stretchMayShift;
     static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1; }
     explicit ColumnScans(void* memory, DWORD cx)
-        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), runColours(reinterpret_cast<BYTE*>(scans + cx)),
+        : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
+          runColours(reinterpret_cast<BYTE*>(scans + cx)),
           columnMayShift(runColours + (size_t)cx * 3), stretchMayShift(columnMayShift + cx)
     {
     }
 };
+
+static_assert(sizeof(ColumnScan24) <= sizeof(RunScan<SurfaceColumn>), "both scans fit the same memory");
+
+// Column x of a 24-bpp surface.
+inline Line24 column24(SURFOBJ* pso, DWORD x)
+{
+    return Line24{static_cast<BYTE*>(pso->pvScan0) + (size_t)x * 3, pso->lDelta};
+}
 
 // Whether pixels x - 1 and x of a scan line are the same colour.
 inline bool sameAsBefore(const BYTE* line, DWORD x, ULONG format)
@@ -312,6 +412,16 @@ bool rowMayShift(const BYTE* line, DWORD cx, DWORD rf, ULONG format)
     return false;
 }
 
+// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
+inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
+
+// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
+bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
+{
+    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
+    return sameBytes(a + from, b + from, to - from);
+}
+
 // The same for every column at once, from the pairs of scan lines around
 // each cell boundary.
 void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
@@ -321,22 +431,20 @@ void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy,
     for (DWORD b = rf; b < cy; b += rf) {
         const BYTE* above = scanLine(pso, b - 1);
         const BYTE* below = scanLine(pso, b);
-        for (DWORD x = 0; x < cx; ++x)
-            work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+            // Paper and shapes go on across the boundary: a stretch at once.
+            if (sameStretch(above, below, x0, x1, format)) {
+                memset(work.columnMayShift + x0, 1, x1 - x0);
+                continue;
+            }
+            for (DWORD x = x0; x < x1; ++x)
+                work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+        }
     }
     memset(work.stretchMayShift, 0, cx / kStretch + 1);
     for (DWORD x = 0; x < cx; ++x)
         work.stretchMayShift[x / kStretch] |= work.columnMayShift[x];
-}
-
-// Bytes of a scan line that hold pixels x0 .. x1 - 1 (whole bytes at 1 bpp).
-inline size_t byteOffset(DWORD x, ULONG format) { return format == BMF_24BPP ? (size_t)x * 3 : x / 8; }
-
-// Whether pixels x0 .. x1 - 1 of two scan lines are byte for byte the same.
-bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
-{
-    size_t from = byteOffset(x0, format), to = byteOffset(x1 - 1, format) + (format == BMF_24BPP ? 3 : 1);
-    return sameBytes(a + from, b + from, to - from);
 }
 
 // One scan line of the sweep over columns x0 .. x1 - 1; the colours of
@@ -357,7 +465,58 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
     }
 }
 
-// The column pass as one sweep down the surface: every column's scan
+// One column of the sweep at scan line y, whose pixel differs from its
+// run's colour: unless its scan is ahead of the sweep, the run ends here.
+// A column that cannot shift only takes the new colour, so that it is
+// passed again until its colour changes.
+inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWORD x, DWORD y, DWORD cy, DWORD rf)
+{
+    if (!work.columnMayShift[x]) {
+        memcpy(work.runColours + (size_t)x * 3, line + (size_t)x * 3, 3);
+        return;
+    }
+    ColumnScan24& scan = work.scans24[x];
+    if (scan.pos > y)
+        return;  // ahead of the sweep
+    scan.pos = y;
+    scan.advance(column24(pso, x), cy, y, rf);
+    putPixel24(work.runColours, x, scan.colour);
+}
+
+// A 24-bpp scan line of the sweep, sixteen bytes at a time against the
+// colours of the columns' runs: only the columns whose pixel differs are
+// visited, and stretches without a column that may shift are passed.
+void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DWORD rf)
+{
+    const BYTE* line = scanLine(pso, y);
+    size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
+    for (size_t stretch = 0; done < bytes; ++stretch) {
+        size_t stretchEnd = (stretch + 1) * kStretch * 3;
+        stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
+        if (!work.stretchMayShift[stretch]) {
+            done = stretchEnd;
+            continue;
+        }
+        while (done < stretchEnd) {
+            size_t at = done + 16 > bytes ? bytes - 16 : done;
+            unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & 0xFFFFu;
+            // Bytes of columns already visited are left out.
+            differ &= done > at ? ~0u << (done - at) : ~0u;
+            while (differ) {
+                DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
+                sweepColumn24(pso, work, line, x, y, cy, rf);
+                done = (size_t)(x + 1) * 3;
+                differ &= done - at >= 16 ? 0u : ~0u << (done - at);
+            }
+            done = done > at + 16 ? done : at + 16;
+        }
+    }
+}
+
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf);
+
+// The column pass as one sweep down the surface, with the row pass
+// following it a little behind: every column's scan
 // advances by one pixel per scan line, so the surface is read in memory
 // order. A shift repaints its own column only, behind or ahead of the sweep,
 // and the column's scan resumes where the shift says; a scan ahead of the
@@ -367,32 +526,55 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
 // columns' runs, every pixel continues its run (or waits): the stretch is
 // passed by one comparison of bytes. Columns that cannot hold a run to shift
 // are left out.
-void shiftColumns(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
+void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
     ULONG format = pso->iBitmapFormat;
     findColumnsThatMayShift(pso, work, cx, cy, rf);
+    bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
     for (DWORD x = 0; x < cx; ++x) {
+        if (wideLines) {
+            work.scans24[x].begin(column24(pso, x), rf);
+            putPixel24(work.runColours, x, work.scans24[x].colour);
+            continue;
+        }
         work.scans[x].begin(SurfaceColumn{pso, x}, rf);
         putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
     }
+    // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
+    // once the sweep has passed scan line y the column pass is done with
+    // line y - 2 rf: the row pass takes it then, while it is still in cache.
+    uint64_t lag = 2 * (uint64_t)rf;
     for (DWORD y = 0; y < cy; ++y) {
         const BYTE* line = scanLine(pso, y);
-        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
-            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-            if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
-                sweepStretch(pso, work, x0, x1, y, cy, rf);
+        if (wideLines) {
+            sweepLine24(pso, work, y, cx, cy, rf);
+        } else {
+            for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+                DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+                if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
+                    sweepStretch(pso, work, x0, x1, y, cy, rf);
+            }
         }
+        if (y >= lag)
+            shiftRows(pso, cx, (DWORD)(y - lag), (DWORD)(y - lag + 1), rf);
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
-        RunScan<SurfaceColumn>& scan = work.scans[x];
         if (!work.columnMayShift[x])
             continue;
+        if (wideLines) {
+            ColumnScan24& scan = work.scans24[x];
+            scan.pos = scan.pos < cy ? cy : scan.pos;
+            scan.advance(column24(pso, x), cy, cy, rf);
+            continue;
+        }
+        RunScan<SurfaceColumn>& scan = work.scans[x];
         scan.pos = scan.pos < cy ? cy : scan.pos;
         scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
+    shiftRows(pso, cx, cy > lag ? (DWORD)(cy - lag) : 0, cy, rf);
 }
 
 // A scan line as a line of pixels, read and written in place.
@@ -401,34 +583,54 @@ struct ScanLineRow {
     ULONG format;
     PixelColor get(DWORD x) const { return scanPixel(line, x, format); }
     void set(DWORD x, const PixelColor& c) const { putScanPixel(line, x, format, c); }
-    // At 24 bpp eight bytes at a time, each against the byte one pixel
-    // before it (x86 is little-endian: the lowest set bit is the first
-    // differing byte).
+    // At 24 bpp a word of bytes at a time, each against the byte one pixel
+    // before it.
     DWORD runEnd(DWORD from, DWORD to) const
     {
         if (format != BMF_24BPP)
             return runEndOf(*this, from, to);
-        size_t k = (size_t)from * 3, end = (size_t)to * 3;
-        for (uint64_t a, b; k + 8 <= end; k += 8) {
-            memcpy(&a, line + k, 8);
-            memcpy(&b, line + k - 3, 8);
-            if (a != b)
-                return (DWORD)((k + (size_t)__builtin_ctzll(a ^ b) / 8) / 3);
-        }
-        for (; k < end; ++k)
-            if (line[k] != line[k - 3])
-                return (DWORD)(k / 3);
-        return to;
+        return (DWORD)(runEndBytes24(line, (size_t)from * 3, (size_t)to * 3) / 3);
     }
 };
 
-// The row pass, one scan line at a time.
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
+// shiftLine over a 24-bpp scan line, the same scan with colours as numbers:
+// rows of a picture end a run every few pixels, and each end costs a handful
+// of instructions here.
+void shiftRow24(BYTE* line, DWORD n, DWORD rf)
+{
+    uint32_t colour = pixel24(line, 0), previous = colour, next = colour;
+    DWORD start = 0;
+    uint64_t cellEnd = rf;  // the first pixel past the cell of the run's first pixel
+    while (start < n) {
+        DWORD pos = start;
+        if (pixel24(line, pos) == colour)
+            pos = (DWORD)(runEndBytes24(line, ((size_t)pos + 1) * 3, (size_t)n * 3) / 3);
+        if (pos < n)
+            next = pixel24(line, pos);  // at the edge next stays the run's own colour
+        // A run that ends within its first cell, empty or not, or one longer
+        // than a cell stays; any other straddles the boundary at cellEnd.
+        DWORD resume = pos <= cellEnd || pos - start > rf
+                           ? pos
+                           : shiftRun24(Line24{line, 3}, start, pos, cellEnd, colour, previous, next, n);
+        previous = colour;
+        colour = next;
+        start = resume;
+        if (start >= cellEnd)
+            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+    }
+}
+
+// The row pass over scan lines y0 .. y1 - 1, one at a time.
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf)
 {
     ULONG format = pso->iBitmapFormat;
-    for (DWORD y = 0; y < cy; ++y) {
+    for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (rowMayShift(line, cx, rf, format))
+        if (!rowMayShift(line, cx, rf, format))
+            continue;
+        if (format == BMF_24BPP && cx > 0)
+            shiftRow24(line, cx, rf);
+        else
             shiftLine(ScanLineRow{line, format}, cx, rf);
     }
 }
@@ -485,6 +687,27 @@ struct MarkedCells {
                 flags[(size_t)i * cellsX + j] = found;
             }
     }
+
+    // Every cell read, a scan line at a time: a line of paper clears all its
+    // cells at one comparison, and a cell once found marked is not read again.
+    void findAll(SURFOBJ* pso, DWORD rf)
+    {
+        ULONG format = pso->iBitmapFormat;
+        if (format != BMF_24BPP) {
+            refresh(pso, 0, cellsY, 0, cellsX, rf);
+            return;
+        }
+        memset(flags, 0, (size_t)cellsX * cellsY);
+        size_t cellBytes = (size_t)rf * 3;
+        for (DWORD y = 0; y < cellsY * rf; ++y) {
+            const BYTE* line = scanLine(pso, y);
+            if (allWhite(line, cellBytes * cellsX))
+                continue;
+            BYTE* f = flags + (size_t)(y / rf) * cellsX;
+            for (DWORD j = 0; j < cellsX; ++j)
+                f[j] = f[j] || !allWhite(line + j * cellBytes, cellBytes);
+        }
+    }
 };
 
 // snapWindow on scan lines: the same mark found, but the reading stops as
@@ -535,7 +758,7 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
             for (DWORD j = 0; j + 1 < cellsX; ++j)
                 snapWindow(pso, (int64_t)j * rf, (int64_t)i * rf, rf);
     } else {
-        cells.refresh(pso, 0, cellsY, 0, cellsX, rf);
+        cells.findAll(pso, rf);
         for (DWORD i = 0; i + 1 < cellsY; ++i)
             for (DWORD j = 0; j + 1 < cellsX; ++j)
                 snapWindowFast(pso, cells, i, j, rf);
@@ -549,19 +772,20 @@ void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
 {
     void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx)) : nullptr;
     LogMessage("\t\n==================Shifting along y-direction... ===================\n");
-    if (memory)
-        shiftColumns(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
-    else if (rf >= 1)
+    if (memory) {
+        // Both passes in one sweep; the rows are only taken where the columns are done.
+        LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+        shiftColumnsAndRows(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
+        myfree(memory);
+        return;
+    }
+    if (rf >= 1)
         for (DWORD x = 0; x < cx; ++x)
             shiftLine(Column{pso, x}, cy, (DWORD)rf);
     LogMessage("\t\n=================Shifting along x-direction...=====================\n");
-    if (memory)
-        shiftRows(pso, cx, cy, (DWORD)rf);
-    else if (rf >= 1)
+    if (rf >= 1)
         for (DWORD y = 0; y < cy; ++y)
             shiftLine(Row{pso, y}, cx, (DWORD)rf);
-    if (memory)
-        myfree(memory);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "win32.h"
 
 struct Config;
+struct TextPage;
 
 // One pixel or cell colour: red, green, blue. White is (255, 255, 255).
 struct PixelColor {
@@ -53,6 +54,15 @@ void EraseSurface(SURFOBJ* pso);
 // The colour of the factor x factor cell whose top-left pixel is (x, y):
 // factor 1 reads the pixel as it is; larger cells take getAreaColor.
 void getSampleColor(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, PixelColor* color);
+// getSampleColor of count cells side by side, the first at (x, y), into
+// colours; a cell whose skip byte is set is not read and its colour not written.
+void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, const BYTE* skip, PixelColor* colours);
+// The colours tone mapping sees for count cells of factor x factor pixels side
+// by side, the first at (x, y) of the surface and of the text-marker page at
+// the same resolution: the braille colour where the cell's largest marker is
+// 1, (200, 200, 200) where it is 2, else getSampleColor. At most 256 cells.
+void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
+                    PixelColor* colours);
 // The weighted colour of columns x0 .. x1-1 and rows y0 .. y1-1, dark pixels
 // weighing up to ThinLineIntensity x factor times as much as light ones. Ink
 // pixels are painted white on the surface first. A cell reaching past the

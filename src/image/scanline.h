@@ -4,6 +4,7 @@
 #pragma once
 
 #include "image/image.h"
+#include "image/wide.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -44,37 +45,15 @@ inline void putScanPixel(BYTE* line, DWORD x, ULONG format, const PixelColor& c)
     }
 }
 
-inline uint64_t loadWord(const BYTE* p)
-{
-    uint64_t word;
-    memcpy(&word, p, 8);
-    return word;
-}
+// Whether n bytes at a and b are the same.
+inline bool sameBytes(const BYTE* a, const BYTE* b, size_t n) { return wide::same(a, b, n); }
 
-// Whether n bytes at a and b are the same: eight at a time, the last eight
-// overlapping the ones before. The runs compared here (a scan line of a cell
-// or a stretch) are short, where a call to memcmp costs more than the work.
-inline bool sameBytes(const BYTE* a, const BYTE* b, size_t n)
-{
-    if (n < 8)
-        return memcmp(a, b, n) == 0;
-    uint64_t diff = 0;
-    for (size_t i = 0; i + 8 <= n; i += 8)
-        diff |= loadWord(a + i) ^ loadWord(b + i);
-    return (diff | (loadWord(a + n - 8) ^ loadWord(b + n - 8))) == 0;
-}
+// Whether n bytes at p are all 255 (24-bpp paper).
+inline bool allWhite(const BYTE* p, size_t n) { return wide::allEqualTo(p, n, 255); }
 
-// Whether n bytes at p are all 255 (24-bpp paper), the same way.
-inline bool allWhite(const BYTE* p, size_t n)
+// The first byte from `from` on (below `to`) that differs from the byte three
+// before it, `to` when none: at 24 bpp, where a run of one colour ends.
+inline size_t runEndBytes24(const BYTE* line, size_t from, size_t to)
 {
-    if (n < 8) {
-        for (size_t i = 0; i < n; ++i)
-            if (p[i] != 255)
-                return false;
-        return true;
-    }
-    uint64_t all = UINT64_MAX;
-    for (size_t i = 0; i + 8 <= n; i += 8)
-        all &= loadWord(p + i);
-    return (all & loadWord(p + n - 8)) == UINT64_MAX;
+    return from + wide::firstDifference(line + from, line + from - 3, to - from);
 }

@@ -10,6 +10,7 @@
 
 #include "config/config.h"
 #include "device/xpdv.h"
+#include "page/textpage.h"
 
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,16 @@ namespace {
 
 const PixelColor kWhite = {255, 255, 255};
 const PixelColor kNoBits = {127, 127, 127};
+
+// The text markers that stand for colours: a braille dot, and the grey
+// background of simulated italics.
+const BYTE kMarkerBraille = 1;
+const BYTE kMarkerItalic = 2;
+const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
+const PixelColor kItalicColour = {200, 200, 200};
+
+// Cells that getCellColours takes at once.
+const DWORD kCellsAtOnce = 256;
 
 // Brightness range of a pixel: red + green + blue.
 const DWORD kBrightest = 765;
@@ -76,47 +87,38 @@ struct CellSums {
         last = p;
     }
 
-    // count pixels of one colour at once.
-    void addCopies(const PixelColor& p, DWORD count)
-    {
-        DWORD bright = (DWORD)p.red + p.green + p.blue;
-        minS = bright < minS ? bright : minS;
-        maxS = bright > maxS ? bright : maxS;
-        n += count;
-        s += (uint64_t)bright * count;
-        const BYTE component[3] = {p.red, p.green, p.blue};
-        for (int i = 0; i < 3; ++i) {
-            c[i] += (uint64_t)component[i] * count;
-            sc[i] += (uint64_t)bright * component[i] * count;
-        }
-        last = p;
-    }
-
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
-    // met: the same sums as add for each, with the running totals kept in
-    // registers for the row.
-    void addRow24(BYTE* p, DWORD count)
+    // met: the same sums as add for each, a run of one colour at once, with
+    // the running totals kept in registers for the row. Shapes, strokes and
+    // smooth pictures are mostly runs; noise costs one comparison more per pixel.
+    bool addRow24(BYTE* p, DWORD count)
     {
-        PixelColor first = {p[0], p[1], p[2]};
-        if (count > 1 && !isInk(first) && sameBytes(p, p + 3, (size_t)(count - 1) * 3)) {
-            addCopies(first, count);  // a row of one colour: a line, a shape, paper
-            return;
-        }
+        bool inked = false;
         uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
         DWORD lo = minS, hi = maxS;
-        for (BYTE* end = p + (size_t)count * 3; p != end; p += 3) {
-            if (p[1] == 6 && ((p[0] == 5 && p[2] == 7) || (p[0] == 7 && p[2] == 5)))
-                p[0] = p[1] = p[2] = 255;  // ink
-            DWORD r = p[0], g = p[1], b = p[2], bright = r + g + b;
+        const size_t bytes = (size_t)count * 3;
+        size_t at = 0;
+        while (at < bytes) {
+            BYTE* q = p + at;
+            size_t runEnd = at + 3 == bytes || q[3] != q[0] || q[4] != q[1] || q[5] != q[2]
+                                ? at + 3
+                                : runEndBytes24(p, at + 6, bytes) / 3 * 3;
+            uint64_t copies = (runEnd - at) / 3;
+            if (q[1] == 6 && ((q[0] == 5 && q[2] == 7) || (q[0] == 7 && q[2] == 5))) {
+                memset(q, 0xFF, runEnd - at);  // ink
+                inked = true;
+            }
+            DWORD r = q[0], g = q[1], b = q[2], bright = r + g + b;
             lo = bright < lo ? bright : lo;
             hi = bright > hi ? bright : hi;
-            rowS += bright;
-            c0 += r;
-            c1 += g;
-            c2 += b;
-            sc0 += bright * r;
-            sc1 += bright * g;
-            sc2 += bright * b;
+            rowS += bright * copies;
+            c0 += r * copies;
+            c1 += g * copies;
+            c2 += b * copies;
+            sc0 += bright * r * copies;
+            sc1 += bright * g * copies;
+            sc2 += bright * b * copies;
+            at = runEnd;
         }
         minS = lo;
         maxS = hi;
@@ -128,7 +130,33 @@ struct CellSums {
         sc[0] += sc0;
         sc[1] += sc1;
         sc[2] += sc2;
-        last = PixelColor{p[-3], p[-2], p[-1]};
+        last = PixelColor{p[bytes - 3], p[bytes - 2], p[bytes - 1]};
+        return inked;
+    }
+
+    // The pixels summed in other, after these.
+    void merge(const CellSums& other)
+    {
+        n += other.n;
+        s += other.s;
+        for (int i = 0; i < 3; ++i) {
+            c[i] += other.c[i];
+            sc[i] += other.sc[i];
+        }
+        minS = other.minS < minS ? other.minS : minS;
+        maxS = other.maxS > maxS ? other.maxS : maxS;
+        last = other.last;
+    }
+
+    // The sums of `times` copies of what was added so far.
+    void repeat(uint64_t times)
+    {
+        n *= times;
+        s *= times;
+        for (int i = 0; i < 3; ++i) {
+            c[i] *= times;
+            sc[i] *= times;
+        }
     }
 };
 
@@ -155,6 +183,21 @@ PixelColor weightedMean(const CellSums& sums, uint64_t k)
             out[i] = (BYTE)(((Wide)k * light + dark) / total);
     }
     return PixelColor{out[0], out[1], out[2]};
+}
+
+// The weight factor of a cell factor pixels on a side: the true product, which
+// 64 bits hold for any setting; 0 counts as 1.
+uint64_t weightFactor(const SURFOBJ* pso, DWORD factor)
+{
+    uint64_t k = (uint64_t)thinLineIntensity(pso) * factor;
+    return k == 0 ? 1 : k;
+}
+
+// The colour of a summed cell: equally bright pixels are not mixed, the cell
+// takes its bottom-right pixel; else the weighted mean.
+PixelColor cellColour(const CellSums& sums, uint64_t k)
+{
+    return sums.minS == sums.maxS ? sums.last : weightedMean(sums, k);
 }
 
 // A 24-bpp cell of one colour, not ink, takes that colour: all its pixels
@@ -261,8 +304,20 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
     } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
-        for (DWORD y = y0; y < y1; ++y)
-            sums.addRow24(scanLine(pso, y) + (size_t)x0 * 3, x1 - x0);
+        // A row the same as the one above it (its ink already painted) adds
+        // the same sums: strokes, edges and smooth pictures repeat rows.
+        CellSums row;
+        const BYTE* above = nullptr;
+        size_t bytes = (size_t)(x1 - x0) * 3;
+        for (DWORD y = y0; y < y1; ++y) {
+            BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
+            if (!above || !sameBytes(p, above, bytes)) {
+                row = CellSums();
+                row.addRow24(p, x1 - x0);
+            }
+            sums.merge(row);
+            above = p;
+        }
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {
@@ -278,14 +333,77 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         }
     }
 
-    // Equally bright pixels are not mixed: the cell takes its bottom-right pixel.
-    if (sums.minS == sums.maxS) {
-        *color = sums.last;
+    // The configuration is looked up only for a cell whose pixels are mixed.
+    *color = sums.minS == sums.maxS ? sums.last : cellColour(sums, weightFactor(pso, factor));
+}
+
+// A strip of scan lines that are byte for byte the same over the cells holds
+// cells whose rows all repeat their first: such a cell sums its first row
+// once, times factor (a row with ink excepted, which every row then holds).
+// Paper, vertical strokes and the sides of shapes are mostly such strips, and
+// one comparison of whole scan lines finds them.
+void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, const BYTE* skip, PixelColor* colours)
+{
+    DWORD cx = pso ? widthOf(pso) : 0, cy = pso ? heightOf(pso) : 0;
+    bool strips = pso && pso->pvScan0 && pso->iBitmapFormat == BMF_24BPP && factor > 1 && count > 0 &&
+                  (uint64_t)y + factor <= cy && (uint64_t)x + (uint64_t)count * factor <= UINT32_MAX;
+    if (!strips) {
+        for (DWORD i = 0; i < count; ++i)
+            if (!skip[i])
+                getSampleColor(pso, x + i * factor, y, factor, &colours[i]);
         return;
     }
-    // The weight factor is the true product; 64 bits hold it for any setting.
-    uint64_t k = (uint64_t)thinLineIntensity(pso) * factor;
-    if (k == 0)
-        k = 1;
-    *color = weightedMean(sums, k);
+    // The cells that lie inside the bitmap: the rest are paper.
+    DWORD inside = x >= cx ? 0 : (cx - x) / factor;
+    inside = inside < count ? inside : count;
+    BYTE* first = scanLine(pso, y) + (size_t)x * 3;
+    size_t bytes = (size_t)inside * factor * 3;
+    bool repeats = true;
+    for (DWORD j = 1; j < factor && repeats; ++j)
+        repeats = sameBytes(scanLine(pso, y + j) + (size_t)x * 3, first, bytes);
+    uint64_t k = weightFactor(pso, factor);
+    for (DWORD i = 0; i < count; ++i) {
+        if (skip[i])
+            continue;
+        if (i >= inside) {
+            colours[i] = kWhite;
+            continue;
+        }
+        DWORD x0 = x + i * factor;
+        if (repeats) {
+            BYTE* row = first + (size_t)i * factor * 3;
+            PixelColor c = {row[0], row[1], row[2]};
+            if (!isInk(c) && sameBytes(row, row + 3, (size_t)(factor - 1) * 3)) {
+                colours[i] = c;  // one colour: paper or the inside of a shape
+                continue;
+            }
+            CellSums sums;
+            if (!sums.addRow24(row, factor)) {
+                sums.repeat(factor);
+                colours[i] = cellColour(sums, k);
+                continue;
+            }
+        }
+        getAreaColor(pso, x0, y, x0 + factor, y + factor, &colours[i], factor);
+    }
+}
+
+// A strip without markers, the usual case, is passed by one look at its bytes.
+void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
+                    PixelColor* colours)
+{
+    BYTE marked[kCellsAtOnce] = {};
+    count = count < kCellsAtOnce ? count : kCellsAtOnce;
+    bool clear = (uint64_t)count * factor <= UINT32_MAX && TextPage_isClear(markers, x, y, count * factor, factor);
+    if (!clear) {
+        for (DWORD i = 0; i < count; ++i) {
+            BYTE m = TextPage_getMax(markers, x + i * factor, y, factor, factor);
+            if (m == kMarkerBraille)
+                colours[i] = kBrailleColour;
+            else if (m == kMarkerItalic)
+                colours[i] = kItalicColour;
+            marked[i] = m == kMarkerBraille || m == kMarkerItalic;
+        }
+    }
+    getSampleRow(pso, x, y, factor, count, marked, colours);
 }

@@ -19,13 +19,6 @@
 
 namespace {
 
-// The text markers that stand for colours: a braille dot, and the grey
-// background of simulated italics.
-const BYTE kMarkerBraille = 1;
-const BYTE kMarkerItalic = 2;
-const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
-const PixelColor kItalicColour = {200, 200, 200};
-
 // The public devmode's copies; one when there is no devmode.
 INT copiesOf(SURFOBJ* pso)
 {
@@ -52,18 +45,9 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
     pdv->pEmbossPage = nullptr;
 }
 
-// The colour tone mapping sees for the f x f square at (x, y) of the band:
-// a text marker's colour, else the surface's own.
-inline void squareColour(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD f, PixelColor* colour)
-{
-    BYTE m = TextPage_getMax(markers, x, y, f, f);
-    if (m == kMarkerBraille)
-        *colour = kBrailleColour;
-    else if (m == kMarkerItalic)
-        *colour = kItalicColour;
-    else
-        getSampleColor(pso, x, y, f, colour);
-}
+// Cells converted together: one stretch of a cell row of the surface, its
+// colours held on the stack.
+const DWORD kCellsAtOnce = 256;
 
 }  // namespace
 
@@ -149,19 +133,26 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
     ToneTable_init(&tone, config);
     bool landscape = pdv->bLandscape != 0;
     bool turnedRight = config->LandscapeMode != 0;
-    for (INT j = 0; j < height; ++j) {
-        for (INT i = 0; i < width; ++i) {
-            DWORD x = (DWORD)(landscape ? j : i) * f;
-            DWORD y = (DWORD)(landscape ? i : j) * f;
-            PixelColor colour;
-            squareColour(pso, markers, x, y, f, &colour);
-            INT dot = ToneTable_dotHeight(&tone, (DWORD)i, (DWORD)(yOffset + j), &colour);
-            DWORD tx = (DWORD)i, ty = (DWORD)(yOffset + j);
-            if (landscape && turnedRight)
-                tx = pPage->width - 1 - (DWORD)i;
-            else if (landscape)
-                ty = pPage->height - 1 - (DWORD)(yOffset + j);
-            TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+    // The band is read a cell row of the surface at a time: a row of the page
+    // in portrait, a column of it in landscape.
+    DWORD rows = (DWORD)(landscape ? width : height), across = (DWORD)(landscape ? height : width);
+    if (width <= 0 || height <= 0)
+        return;
+    PixelColor colours[kCellsAtOnce];
+    for (DWORD row = 0; row < rows; ++row) {
+        for (DWORD first = 0; first < across; first += kCellsAtOnce) {
+            DWORD count = across - first < kCellsAtOnce ? across - first : kCellsAtOnce;
+            getCellColours(pso, markers, first * f, row * f, f, count, colours);
+            for (DWORD n = 0; n < count; ++n) {
+                DWORD i = landscape ? row : first + n, j = landscape ? first + n : row;
+                DWORD tx = i, ty = (DWORD)yOffset + j;
+                INT dot = ToneTable_dotHeight(&tone, tx, ty, &colours[n]);
+                if (landscape && turnedRight)
+                    tx = pPage->width - 1 - i;
+                else if (landscape)
+                    ty = pPage->height - 1 - ((DWORD)yOffset + j);
+                TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+            }
         }
     }
 }

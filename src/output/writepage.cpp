@@ -71,6 +71,25 @@ inline BYTE cellDot(SURFOBJ* pso, const ToneTable* tone, const TextPage* markers
     return (BYTE)ToneTable_dotHeight(tone, x, y, &colour);
 }
 
+// The dot values of page row y. An upright page at magnification 1 has the
+// row's cells side by side on the surface, and they are read together.
+void rowDots(SURFOBJ* pso, const ToneTable* tone, const TextPage* markers, const CellMapping& m, DWORD y, BYTE* row)
+{
+    if (m.orientation != 0 || m.M != 1) {
+        for (DWORD x = 0; x < m.W; ++x)
+            row[x] = cellDot(pso, tone, markers, m, x, y);
+        return;
+    }
+    const DWORD atOnce = 256;
+    PixelColor colours[atOnce];
+    for (DWORD first = 0; first < m.W; first += atOnce) {
+        DWORD count = m.W - first < atOnce ? m.W - first : atOnce;
+        getCellColours(pso, markers, first * m.rf + m.offsetX, y * m.rf + m.offsetY, m.rf, count, colours);
+        for (DWORD i = 0; i < count; ++i)
+            row[first + i] = (BYTE)ToneTable_dotHeight(tone, first + i, y, &colours[i]);
+    }
+}
+
 enum BodyKind { BODY_PACKED, BODY_ENCODED, BODY_PLAIN, BODY_NONE };
 
 BodyKind bodyKindOf(const Config* config)
@@ -181,8 +200,7 @@ DWORD WritePage(SURFOBJ* pso, DWORD offsetX, DWORD offsetY, BOOL landscape, BYTE
     for (DWORD y = 0; y < m.H; ++y) {
         // Cells are sampled whatever the version, so the surface is left as
         // sampling leaves it (ink removed) in every case.
-        for (DWORD x = 0; x < m.W; ++x)
-            b.row[x] = cellDot(pso, &tone, markers, m, x, y);
+        rowDots(pso, &tone, markers, m, y, b.row);
         bool fits = true;
         switch (body) {
         case BODY_PACKED:

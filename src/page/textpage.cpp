@@ -119,3 +119,30 @@ BYTE TextPage_getMax(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
     }
     return largest;
 }
+
+// A strip of rows is mostly zero: the words of each row are or-ed together,
+// without looking for the largest byte.
+BOOL TextPage_isClear(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h)
+{
+    if (!pTP || !pTP->m_Image || w == 0 || h == 0 || !inside(pTP, (uint64_t)x + w - 1, (uint64_t)y + h - 1))
+        return FALSE;
+    const BYTE* row = pTP->m_Image + (size_t)pTP->width * y + x;
+    for (DWORD j = 0; j < h; ++j, row += pTP->width) {
+        // Four words to a step, or-ed apart so that the loads overlap.
+        uint64_t any0 = 0, any1 = 0, any2 = 0, any3 = 0;
+        DWORD i = 0;
+        for (; i + 32 <= w; i += 32) {
+            any0 |= load8(row + i);
+            any1 |= load8(row + i + 8);
+            any2 |= load8(row + i + 16);
+            any3 |= load8(row + i + 24);
+        }
+        for (; i + 8 <= w; i += 8)
+            any0 |= load8(row + i);
+        for (; i < w; ++i)
+            any0 |= row[i];
+        if (any0 | any1 | any2 | any3)
+            return FALSE;
+    }
+    return TRUE;
+}

@@ -36,3 +36,6 @@ void TextPage_clear(TextPage* pTP);
 // The largest byte of the w x h area at (x, y); 255 when the area reaches
 // outside the page, 0 for an empty area or a null page.
 BYTE TextPage_getMax(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h);
+// Whether the w x h area at (x, y) lies inside the page and holds only zeros
+// (w and h at least 1): the area's largest byte is then 0.
+BOOL TextPage_isClear(const TextPage* pTP, DWORD x, DWORD y, DWORD w, DWORD h);

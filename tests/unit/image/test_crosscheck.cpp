@@ -8,6 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace {
 
@@ -39,6 +42,36 @@ TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
     }
 }
 
+// Pages wider than the sweep's stretches and taller than its lag behind the
+// row pass, drawn as pages are: smooth gradients whose runs are a few pixels
+// long either way (so most runs straddle a cell boundary and many shift),
+// paper, ruled lines and small marks.
+TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
+{
+    RandomSurfaces random(77);
+    for (int round = 0; round < 120; ++round) {
+        int rf = random.below(15) + 2;
+        LONG cx = random.below(260) + 40, cy = random.below(120) + 40;
+        Surface s(cx, cy, BMF_24BPP, random.below(5), random.below(2) == 0);
+        int xStep = random.below(12) + 1, yStep = random.below(12) + 1, diagonal = random.below(40) + 5;
+        for (LONG y = 0; y < cy; ++y)
+            for (LONG x = 0; x < cx; ++x)
+                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7), (BYTE)(y / yStep * 5), (BYTE)((x + y) / diagonal * 3)});
+        RandomSurfaces::fill(s, random.below(cx), 0, random.below(cx / 2) + 1, cy, imagetest::kWhite);
+        for (int n = random.below(20); n > 0; --n) {
+            LONG x = random.below(cx), y = random.below(cy);
+            if (random.below(2))
+                RandomSurfaces::fill(s, 0, y, cx, random.below(2) + 1, imagetest::kBlack);
+            else
+                RandomSurfaces::fill(s, x, y, random.below(rf + 2) + 1, random.below(rf + 2) + 1, random.colour());
+        }
+        Copy expected(s);
+        reference::adjustBitMap(&expected.so, rf);
+        adjustBitMap(&s.so, rf);
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+    }
+}
+
 // Every cell of a grid over the surface (cells past its edges included), in
 // page order, so that the ink each cell removes is gone for the next; every
 // weighting, surfaces without bits too.
@@ -63,6 +96,95 @@ TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
                 ASSERT_EQ(got, want) << "round " << round << ", cell at " << x << ", " << y << ", factor " << factor;
             }
         ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
+// Rows of cells sampled together against cell-by-cell sampling, in the same
+// order: strips whose scan lines repeat (paper, vertical strokes, ink in
+// every line) as well as ordinary ones, rows starting anywhere and running
+// past the right edge, cells left out by the skip mask untouched.
+TEST(CrossCheck, CellRowsMatchCellByCellSampling)
+{
+    RandomSurfaces random(29);
+    const DWORD intensities[] = {0, 1, 6, 0xFFFFFFFF};
+    const PixelColor untouched = {1, 2, 3};
+    for (int round = 0; round < 3000; ++round) {
+        DWORD factor = (DWORD)random.below(17) + 1;
+        Surface s = random.make((int)factor);
+        LONG cx = s.so.sizlBitmap.cx, cy = s.so.sizlBitmap.cy;
+        size_t stride = (size_t)std::abs(s.so.lDelta);
+        BYTE* top = static_cast<BYTE*>(s.so.pvScan0);
+        for (LONG y = 0; y < cy; ++y)  // most strips repeat their first line
+            if (y % (LONG)factor != 0 && random.below(4) != 0)
+                memcpy(top + (ptrdiff_t)y * s.so.lDelta, top + (ptrdiff_t)(y - y % (LONG)factor) * s.so.lDelta,
+                       stride);
+        if (random.below(20) == 0)
+            s.so.pvScan0 = nullptr;
+        Copy expected(s);
+        imagetest::Device device(intensities[random.below(4)], &s.so);
+        expected.so.dhpdev = s.so.dhpdev;
+        for (DWORD y = (DWORD)random.below((int)factor); y < (DWORD)cy + factor; y += factor) {
+            DWORD x = (DWORD)random.below(cx + 1), count = (DWORD)random.below(cx / (LONG)factor + 3) + 1;
+            std::vector<BYTE> skip(count);
+            for (BYTE& b : skip)
+                b = random.below(6) == 0;
+            std::vector<PixelColor> got(count, untouched);
+            getSampleRow(&s.so, x, y, factor, count, skip.data(), got.data());
+            for (DWORD i = 0; i < count; ++i) {
+                PixelColor want = untouched;
+                if (!skip[i] && factor == 1)
+                    getSampleColor(&expected.so, x + i, y, 1, &want);
+                else if (!skip[i])
+                    reference::getAreaColor(&expected.so, x + i * factor, y, x + (i + 1) * factor, y + factor, &want,
+                                            factor);
+                ASSERT_EQ(got[i], want) << "round " << round << ", cell " << i << " of the row at " << x << ", " << y
+                                        << ", factor " << factor;
+            }
+        }
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
+// Rows of cells with the text markers over them against the cell-by-cell
+// rule: marker 1 gives the braille colour, 2 the italic grey, anything else
+// (none, other values, a cell reaching past the marker page) the surface's
+// colour; a marked cell's surface is not read, so its ink stays.
+TEST(CrossCheck, MarkedCellRowsMatchCellByCellColours)
+{
+    RandomSurfaces random(57);
+    const PixelColor braille = {0, 0, 1}, italic = {200, 200, 200};
+    for (int round = 0; round < 1500; ++round) {
+        DWORD factor = (DWORD)random.below(16) + 2;
+        Surface s = random.make((int)factor);
+        DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
+        // The marker page is as large as the surface, or smaller.
+        TextPage* markers = TextPage_new(cx - (DWORD)random.below(3) * (cx / 3), cy, TEXTPAGE_TYPE_ZERO);
+        ASSERT_NE(markers, nullptr);
+        const BYTE values[] = {1, 2, 3};
+        for (int n = random.below(4) ? random.below(8) : 0; n > 0; --n)
+            TextPage_setPixel(markers, (DWORD)random.below((int)cx), (DWORD)random.below((int)cy),
+                              values[random.below(3)]);
+        Copy expected(s);
+        imagetest::Device device(1, &s.so);
+        expected.so.dhpdev = s.so.dhpdev;
+        for (DWORD y = 0; y < cy + factor; y += factor) {
+            DWORD count = cx / factor + 2;
+            std::vector<PixelColor> got(count);
+            getCellColours(&s.so, markers, 0, y, factor, count, got.data());
+            for (DWORD i = 0; i < count; ++i) {
+                PixelColor want;
+                BYTE m = TextPage_getMax(markers, i * factor, y, factor, factor);
+                if (m == 1)
+                    want = braille;
+                else if (m == 2)
+                    want = italic;
+                else
+                    reference::getAreaColor(&expected.so, i * factor, y, (i + 1) * factor, y + factor, &want, factor);
+                ASSERT_EQ(got[i], want) << "round " << round << ", cell " << i << ", " << y << ", marker " << int(m);
+            }
+        }
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+        TextPage_delete(markers);
     }
 }
 
@@ -93,7 +215,7 @@ TEST(CrossCheck, ToneTableMatchesGetDotHeight)
     }
 }
 
-// The marker maximum against the plain largest byte, on pages of sparse
+// The marker maximum and the clear test against the plain largest byte, on pages of sparse
 // markers, areas of every width from 1 to 40 (inside the page: an area
 // reaching outside reads 255 whatever the bytes).
 TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
@@ -115,6 +237,10 @@ TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
                 for (DWORD i = x; i < x + w; ++i)
                     largest = std::max(largest, page->m_Image[(size_t)j * width + i]);
             ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest) << "round " << round << ", " << w << " x " << h;
+            ASSERT_EQ(TextPage_isClear(page, x, y, w, h), largest == 0) << "round " << round;
+            // Reaching past the right or bottom edge is never clear.
+            ASSERT_FALSE(TextPage_isClear(page, x, y, width - x + 1, h));
+            ASSERT_FALSE(TextPage_isClear(page, x, y, w, height - y + 1));
         }
         TextPage_delete(page);
     }

@@ -28,6 +28,21 @@ inline uint64_t load8(const BYTE* p)
     return word;
 }
 
+// The first byte from i below n where a and b differ, n when none, eight
+// bytes at a time (the lowest byte of a word is the first in memory).
+inline size_t firstDifferenceFrom(const BYTE* a, const BYTE* b, size_t i, size_t n)
+{
+    for (; i + 8 <= n; i += 8) {
+        uint64_t diff = load8(a + i) ^ load8(b + i);
+        if (diff)
+            return i + (size_t)__builtin_ctzll(diff) / 8;
+    }
+    for (; i < n; ++i)
+        if (a[i] != b[i])
+            return i;
+    return n;
+}
+
 #if PUMEX_WIDE_SSE2
 
 inline __m128i load16(const BYTE* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
@@ -55,15 +70,7 @@ inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n)
         unsigned same = equalMask(a + i, b + i);
         return same == 0xFFFF ? n : i + (size_t)__builtin_ctz(~same);
     }
-    for (; i + 8 <= n; i += 8) {
-        uint64_t diff = load8(a + i) ^ load8(b + i);
-        if (diff)
-            return i + (size_t)__builtin_ctzll(diff) / 8;
-    }
-    for (; i < n; ++i)
-        if (a[i] != b[i])
-            return i;
-    return n;
+    return firstDifferenceFrom(a, b, 0, n);
 }
 
 // Whether the n bytes at a and b are the same.
@@ -108,18 +115,7 @@ inline unsigned equalMask(const BYTE* a, const BYTE* b)
     return mask;
 }
 
-inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n)
-{
-    size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        uint64_t diff = load8(a + i) ^ load8(b + i);
-        if (diff)
-            return i + (size_t)__builtin_ctzll(diff) / 8;
-    }
-    for (; i < n; ++i)
-        if (a[i] != b[i])
-            return i;
-    return n;
+inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n) { return firstDifferenceFrom(a, b, 0, n); }
 }
 
 inline bool same(const BYTE* a, const BYTE* b, size_t n)

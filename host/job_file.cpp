@@ -336,10 +336,10 @@ JobSpec loadJob(const std::string& path)
     return job;
 }
 
-JobSpec imageJob(const std::string& path, const ImageJobOptions& options)
+JobSpec jobFromOptions(const std::string& source, const ImageJobOptions& options)
 {
     JobSpec job;
-    job.source = path;
+    job.source = source;
     job.printer = options.printer;
     job.devmode.printQuality = job.devmode.yResolution = options.printQuality;
     job.devmode.copies = options.copies;
@@ -347,6 +347,12 @@ JobSpec imageJob(const std::string& path, const ImageJobOptions& options)
     job.devmode.collate = options.collate;
     if (options.doubleSided)
         job.controlFlags = "INTERPOINT=1";
+    return job;
+}
+
+JobSpec imageJob(const std::string& path, const ImageJobOptions& options)
+{
+    JobSpec job = jobFromOptions(path, options);
     ImageRef ref{path, 0, 0};
     std::string error;
     if (!readPngSize(path, ref.width, ref.height, error))

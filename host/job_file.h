@@ -110,4 +110,8 @@ struct ImageJobOptions {
 // centred. Throws JobError when the picture cannot be read.
 JobSpec imageJob(const std::string& path, const ImageJobOptions& options);
 
+// A job of no pages yet whose printer, device mode and control string are
+// what the options say; source names it in messages.
+JobSpec jobFromOptions(const std::string& source, const ImageJobOptions& options);
+
 }  // namespace host

@@ -131,15 +131,7 @@ JobSpec textJob(const std::string& source, const std::string& utf8, const ImageJ
 {
     if (!isUtf8(utf8))
         throw JobError(source + ": not UTF-8 text");
-    JobSpec job;
-    job.source = source;
-    job.printer = options.printer;
-    job.devmode.printQuality = job.devmode.yResolution = options.printQuality;
-    job.devmode.copies = options.copies;
-    job.devmode.landscape = options.landscape;
-    job.devmode.collate = options.collate;
-    if (options.doubleSided)
-        job.controlFlags = "INTERPOINT=1";
+    JobSpec job = jobFromOptions(source, options);
 
     DEVMODEW dm = buildDevMode(job.devmode, job.printer);
     PageSize page = pageSizeFor(dm, paperOf(dm, nullptr, {}));

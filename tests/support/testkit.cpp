@@ -1,5 +1,7 @@
 #include "testkit.h"
 
+#include <sys/wait.h>
+
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -36,6 +38,13 @@ bool TempRoot::logExists() const { return fileExists(logPath()); }
 void TempRoot::writePrinter(const std::string& name, const std::string& json) const
 {
     writeFile(path_ + "/printers/" + name + ".json", json);
+}
+
+Ran runCommand(const std::string& command, const std::string& folder)
+{
+    std::string out = folder + "/stdout.txt", err = folder + "/stderr.txt";
+    int raw = std::system((command + " >'" + out + "' 2>'" + err + "'").c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
 }
 
 std::string readFile(const std::string& path)

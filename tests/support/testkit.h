@@ -69,6 +69,14 @@ private:
     SyscallGuard guard_;
 };
 
+// A command run through the shell: its exit status (-1 when it did not
+// exit) and what it wrote on stdout and stderr, kept in files of `folder`.
+struct Ran {
+    int status = -1;
+    std::string out, err;
+};
+Ran runCommand(const std::string& command, const std::string& folder);
+
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& bytes);
 bool fileExists(const std::string& path);

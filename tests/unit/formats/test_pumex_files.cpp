@@ -16,16 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Ran {
-    int status = -1;
-    std::string out, err;
-};
+using testkit::Ran;
 
 Ran pumex(const testkit::TempRoot& root, const std::string& args)
 {
-    std::string out = root.path() + "/stdout.txt", err = root.path() + "/stderr.txt";
-    int raw = std::system(("'" PUMEX_TEST_PUMEX "' " + args + " >'" + out + "' 2>'" + err + "'").c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, testkit::readFile(out), testkit::readFile(err)};
+    return testkit::runCommand("'" PUMEX_TEST_PUMEX "' " + args, root.path());
 }
 
 std::string quoted(const std::string& path) { return "'" + path + "'"; }

@@ -133,15 +133,9 @@ TEST(StreamDecode, DamagedStreamsNameThePageAndOffset)
 }
 
 // Runs `pumex inspect` with the given arguments: its exit status, stdout and stderr.
-struct Inspected {
-    int status = -1;
-    std::string out, err;
-};
-Inspected inspect(const testkit::TempRoot& root, const std::string& args)
+testkit::Ran inspect(const testkit::TempRoot& root, const std::string& args)
 {
-    std::string out = root.path() + "/stdout.txt", err = root.path() + "/stderr.txt";
-    int raw = std::system(("'" PUMEX_TEST_PUMEX "' inspect " + args + " >'" + out + "' 2>'" + err + "'").c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, testkit::readFile(out), testkit::readFile(err)};
+    return testkit::runCommand("'" PUMEX_TEST_PUMEX "' inspect " + args, root.path());
 }
 
 TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
@@ -152,7 +146,7 @@ TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
     Bytes stream = join({kPage, header(0x04, 170, 220, 0, 0x41, 0x27, 2, 14)});
     testkit::writeFile(file, std::string(stream.begin(), stream.end()));
 
-    Inspected text = inspect(root, "'" + file + "'");
+    testkit::Ran text = inspect(root, "'" + file + "'");
     EXPECT_EQ(text.status, 1);
     for (const char* line : {"job.prn: 1 page, 40 bytes, read as output version 3\npage 1 at offset 0 (0x0): 24 bytes, "
                              "encoded rows\n  size: 4 x 2 cells\n  dot height: normal (code 2); professional model\n",
@@ -162,7 +156,7 @@ TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
     EXPECT_EQ(text.err, "pumex inspect: " + file + ": page 2 at byte offset 40 (0x28): row 0: the stream ends " +
                             "inside a row token (0 of 85 words read)\n");
 
-    Inspected json = inspect(root, "'" + file + "' --json --png '" + png + "'");
+    testkit::Ran json = inspect(root, "'" + file + "' --json --png '" + png + "'");
     EXPECT_EQ(json.status, 1) << json.err;
     nlohmann::json j = nlohmann::json::parse(json.out);
     EXPECT_EQ(j["ok"], false);

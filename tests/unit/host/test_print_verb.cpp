@@ -3,42 +3,27 @@
 // half-written file beside it); a good one leaves OUT, or OUT-front and
 // OUT-back for a double-sided job, and is quiet on stderr when piped.
 #include "host_fixture.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
 using hosttest::Folder;
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string contents(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using Outcome = testkit::Ran;
 
 Outcome pumex(const Folder& dir, const std::string& args)
 {
-    std::string command = std::string(PUMEX_TEST_PUMEX) + " print " + args + " >'" + dir.path("stdout") + "' 2>'" +
-                          dir.path("stderr") + "'";
-    int rc = std::system(command.c_str());
-    return {WIFEXITED(rc) ? WEXITSTATUS(rc) : -1, contents(dir.path("stdout")), contents(dir.path("stderr"))};
+    return testkit::runCommand(std::string(PUMEX_TEST_PUMEX) + " print " + args, dir.path(""));
 }
 
 // The folder's files other than the ones the test made itself.
 std::vector<std::string> leftovers(const Folder& dir, std::vector<std::string> known)
 {
-    known.insert(known.end(), {"stdout", "stderr"});
+    known.insert(known.end(), {"stdout.txt", "stderr.txt"});
     std::vector<std::string> left;
     for (const auto& entry : std::filesystem::directory_iterator(dir.path("")))
         if (std::find(known.begin(), known.end(), entry.path().filename().string()) == known.end())

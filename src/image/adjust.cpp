@@ -345,8 +345,9 @@ struct ColumnScan24 {
         start = pos = 0;
         cellEnd = rf;
     }
-    // Scans on through pixel limit (up to the column's length n).
-    void advance(const Line24& column, DWORD n, DWORD limit, DWORD rf)
+    // Scans on through pixel limit (up to the column's length n); sets
+    // shifted when a run may have been repainted.
+    void advance(const Line24& column, DWORD n, DWORD limit, DWORD rf, BYTE& shifted)
     {
         while (pos <= limit && start < n) {
             if (pos < n) {
@@ -357,9 +358,11 @@ struct ColumnScan24 {
                 }
                 next = c;
             }
-            DWORD resume = pos <= cellEnd || pos - start > rf
-                               ? pos
-                               : shiftRun24(column, start, pos, cellEnd, colour, previous, next, n);
+            DWORD resume = pos;
+            if (pos > cellEnd && pos - start <= rf) {
+                resume = shiftRun24(column, start, pos, cellEnd, colour, previous, next, n);
+                shifted = 1;
+            }
             previous = colour;
             colour = next;
             start = pos = resume;
@@ -371,18 +374,28 @@ struct ColumnScan24 {
 
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
-// columns and stretches may hold a run to shift at all.
+// columns and stretches may hold a run to shift at all. At 24 bpp the sweep
+// also notes the scan lines it found to be of one colour (plainLines, one
+// byte each), which the row pass then passes without reading, unless a
+// column's shift repainted them afterwards; and whether runColours is known
+// to be of one colour.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
     BYTE* runColours;
     BYTE* columnMayShift;
     BYTE* stretchMayShift;
-    static uint64_t bytes(DWORD cx) { return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1; }
-    explicit ColumnScans(void* memory, DWORD cx)
+    BYTE* plainLines;
+    BYTE* state;  // [0]: a shift since the last scan line; [1]: runColours known plain; [2]: that is known
+    static uint64_t bytes(DWORD cx, DWORD cy)
+    {
+        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1 + (uint64_t)cy + 3;
+    }
+    explicit ColumnScans(void* memory, DWORD cx, DWORD cy)
         : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
-          runColours(reinterpret_cast<BYTE*>(scans + cx)),
-          columnMayShift(runColours + (size_t)cx * 3), stretchMayShift(columnMayShift + cx)
+          runColours(reinterpret_cast<BYTE*>(scans + cx)), columnMayShift(runColours + (size_t)cx * 3),
+          stretchMayShift(columnMayShift + cx), plainLines(stretchMayShift + cx / kStretch + 1),
+          state(plainLines + cy)
     {
     }
 };
@@ -479,7 +492,7 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     if (scan.pos > y)
         return;  // ahead of the sweep
     scan.pos = y;
-    scan.advance(column24(pso, x), cy, y, rf);
+    scan.advance(column24(pso, x), cy, y, rf, work.state[0]);
     putPixel24(work.runColours, x, scan.colour);
 }
 
@@ -490,10 +503,24 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
 {
     const BYTE* line = scanLine(pso, y);
     size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
+    if (sameBytes(line, work.runColours, bytes)) {
+        // Every column's run goes on. Paper and shapes: when all runs are
+        // of one colour, so is this line.
+        if (!work.state[2]) {
+            work.state[1] = sameBytes(work.runColours, work.runColours + 3, bytes - 3);
+            work.state[2] = 1;
+        }
+        work.plainLines[y] = work.state[1];
+        return;
+    }
+    work.plainLines[y] = 0;
+    work.state[2] = 0;  // the colours of the runs are about to change
     for (size_t stretch = 0; done < bytes; ++stretch) {
         size_t stretchEnd = (stretch + 1) * kStretch * 3;
         stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
-        if (!work.stretchMayShift[stretch]) {
+        // A stretch that continues every column's run (paper, mostly) is
+        // passed by one comparison of its bytes.
+        if (!work.stretchMayShift[stretch] || sameBytes(line + done, work.runColours + done, stretchEnd - done)) {
             done = stretchEnd;
             continue;
         }
@@ -513,7 +540,18 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     }
 }
 
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf);
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines);
+
+// After a column's shift at sweep line y, the lines it may have repainted
+// behind the sweep are no longer known to be plain.
+void forgetPlainLines(ColumnScans work, uint64_t y, DWORD rf)
+{
+    if (!work.state[0])
+        return;
+    work.state[0] = 0;
+    uint64_t from = y + 1 > 2 * (uint64_t)rf ? y + 1 - 2 * (uint64_t)rf : 0;
+    memset(work.plainLines + from, 0, (size_t)(y - from));
+}
 
 // The column pass as one sweep down the surface, with the row pass
 // following it a little behind: every column's scan
@@ -533,6 +571,8 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
     ULONG format = pso->iBitmapFormat;
     findColumnsThatMayShift(pso, work, cx, cy, rf);
     bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
+    memset(work.plainLines, 0, cy);
+    memset(work.state, 0, 3);
     for (DWORD x = 0; x < cx; ++x) {
         if (wideLines) {
             work.scans24[x].begin(column24(pso, x), rf);
@@ -550,6 +590,7 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
         const BYTE* line = scanLine(pso, y);
         if (wideLines) {
             sweepLine24(pso, work, y, cx, cy, rf);
+            forgetPlainLines(work, y, rf);
         } else {
             for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
                 DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
@@ -558,7 +599,7 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
             }
         }
         if (y >= lag)
-            shiftRows(pso, cx, (DWORD)(y - lag), (DWORD)(y - lag + 1), rf);
+            shiftRows(pso, cx, (DWORD)(y - lag), (DWORD)(y - lag + 1), rf, work.plainLines);
     }
     // The runs that reach the bottom edge end there.
     for (DWORD x = 0; x < cx; ++x) {
@@ -567,14 +608,15 @@ void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWO
         if (wideLines) {
             ColumnScan24& scan = work.scans24[x];
             scan.pos = scan.pos < cy ? cy : scan.pos;
-            scan.advance(column24(pso, x), cy, cy, rf);
+            scan.advance(column24(pso, x), cy, cy, rf, work.state[0]);
             continue;
         }
         RunScan<SurfaceColumn>& scan = work.scans[x];
         scan.pos = scan.pos < cy ? cy : scan.pos;
         scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
     }
-    shiftRows(pso, cx, cy > lag ? (DWORD)(cy - lag) : 0, cy, rf);
+    forgetPlainLines(work, cy, rf);
+    shiftRows(pso, cx, cy > lag ? (DWORD)(cy - lag) : 0, cy, rf, work.plainLines);
 }
 
 // A scan line as a line of pixels, read and written in place.
@@ -620,13 +662,14 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
     }
 }
 
-// The row pass over scan lines y0 .. y1 - 1, one at a time.
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf)
+// The row pass over scan lines y0 .. y1 - 1, one at a time. A plain line is
+// one run, which stays: longer than a cell, or within the first.
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines)
 {
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (!rowMayShift(line, cx, rf, format))
+        if (plainLines[y] || !rowMayShift(line, cx, rf, format))
             continue;
         if (format == BMF_24BPP && cx > 0)
             shiftRow24(line, cx, rf);
@@ -770,12 +813,12 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
 // Both run-shift passes, columns first, logging between them.
 void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
 {
-    void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx)) : nullptr;
+    void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx, cy)) : nullptr;
     LogMessage("\t\n==================Shifting along y-direction... ===================\n");
     if (memory) {
         // Both passes in one sweep; the rows are only taken where the columns are done.
         LogMessage("\t\n=================Shifting along x-direction...=====================\n");
-        shiftColumnsAndRows(pso, ColumnScans(memory, cx), cx, cy, (DWORD)rf);
+        shiftColumnsAndRows(pso, ColumnScans(memory, cx, cy), cx, cy, (DWORD)rf);
         myfree(memory);
         return;
     }

@@ -370,6 +370,22 @@ struct ColumnScan24 {
                 cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
         }
     }
+    // The sweep's usual case, advance through pixel y of colour c when the
+    // scan waits at y and c differs from the run's colour: a run that stays
+    // ends, and pixel y, already read, begins the next. False for a run to
+    // shift, which advance takes.
+    bool endsAt(DWORD y, uint32_t c, DWORD rf)
+    {
+        if (c == colour || (y > cellEnd && y - start <= rf))
+            return false;
+        previous = colour;
+        colour = next = c;
+        start = y;
+        pos = y + 1;
+        if (start >= cellEnd)
+            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        return true;
+    }
 };
 
 // The working memory of the column pass: a run scan per column, the colours
@@ -492,7 +508,8 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     if (scan.pos > y)
         return;  // ahead of the sweep
     scan.pos = y;
-    scan.advance(column24(pso, x), cy, y, rf, work.state[0]);
+    if (!scan.endsAt(y, pixel24(line, x), rf))
+        scan.advance(column24(pso, x), cy, y, rf, work.state[0]);
     putPixel24(work.runColours, x, scan.colour);
 }
 

@@ -571,69 +571,149 @@ void forgetPlainLines(ColumnScans work, uint64_t y, DWORD rf)
 }
 
 // The column pass as one sweep down the surface, with the row pass
-// following it a little behind: every column's scan
-// advances by one pixel per scan line, so the surface is read in memory
-// order. A shift repaints its own column only, behind or ahead of the sweep,
-// and the column's scan resumes where the shift says; a scan ahead of the
-// sweep waits for it. A column's pixels from its scan's pos up to the sweep
-// are known to be of its run's colour, so that pos moves only when a run
-// ends. Where a stretch of a scan line holds exactly the colours of its
-// columns' runs, every pixel continues its run (or waits): the stretch is
-// passed by one comparison of bytes. Columns that cannot hold a run to shift
-// are left out.
+// following it a little behind: every column's scan advances by one pixel
+// per scan line, so the surface is read in memory order. A shift repaints
+// its own column only, behind or ahead of the sweep, and the column's scan
+// resumes where the shift says; a scan ahead of the sweep waits for it. A
+// column's pixels from its scan's pos up to the sweep are known to be of its
+// run's colour, so that pos moves only when a run ends. Where a stretch of a
+// scan line holds exactly the colours of its columns' runs, every pixel
+// continues its run (or waits): the stretch is passed by one comparison of
+// bytes. Columns that cannot hold a run to shift are left out.
+//
+// The sweep can stop after any scan line and go on later, so that the
+// snapping pass can run ahead of it down the same surface.
+struct ColumnSweep {
+    SURFOBJ* pso;
+    ColumnScans work;
+    DWORD cx, cy, rf;
+    bool wideLines;
+    bool started;
+    DWORD next;  // the next scan line to sweep
+
+    ColumnSweep(SURFOBJ* surface, ColumnScans memory, DWORD width, DWORD height, DWORD factor)
+        : pso(surface), work(memory), cx(width), cy(height), rf(factor),
+          wideLines(surface->iBitmapFormat == BMF_24BPP && (size_t)width * 3 >= 16), started(false), next(0)
+    {
+    }
+
+    // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
+    // once the sweep has passed scan line y the column pass is done with
+    // line y - 2 rf: the row pass takes it then, while it is still in cache.
+    uint64_t lag() const { return 2 * (uint64_t)rf; }
+
+    // Which columns may shift, from the surface as it is now.
+    void prepare()
+    {
+        findColumnsThatMayShift(pso, work, cx, cy, rf);
+        memset(work.plainLines, 0, cy);
+        memset(work.state, 0, 3);
+    }
+
+    void begin()
+    {
+        ULONG format = pso->iBitmapFormat;
+        for (DWORD x = 0; x < cx; ++x) {
+            if (wideLines) {
+                work.scans24[x].begin(column24(pso, x), rf);
+                putPixel24(work.runColours, x, work.scans24[x].colour);
+                continue;
+            }
+            work.scans[x].begin(SurfaceColumn{pso, x}, rf);
+            putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
+        }
+        started = true;
+    }
+
+    // Sweeps scan lines up to end - 1.
+    void sweepTo(DWORD end)
+    {
+        end = end < cy ? end : cy;
+        if (next >= end)
+            return;
+        if (!started)
+            begin();
+        ULONG format = pso->iBitmapFormat;
+        for (; next < end; ++next) {
+            DWORD y = next;
+            if (wideLines) {
+                sweepLine24(pso, work, y, cx, cy, rf);
+                forgetPlainLines(work, y, rf);
+            } else {
+                const BYTE* line = scanLine(pso, y);
+                for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
+                    DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+                    if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
+                        sweepStretch(pso, work, x0, x1, y, cy, rf);
+                }
+            }
+            if (y >= lag())
+                shiftRows(pso, cx, (DWORD)(y - lag()), (DWORD)(y - lag() + 1), rf, work.plainLines);
+        }
+    }
+
+    // The rest of the surface; the runs that reach the bottom edge end there.
+    void finish()
+    {
+        sweepTo(cy);
+        if (!started)
+            begin();
+        for (DWORD x = 0; x < cx; ++x) {
+            if (!work.columnMayShift[x])
+                continue;
+            if (wideLines) {
+                ColumnScan24& scan = work.scans24[x];
+                scan.pos = scan.pos < cy ? cy : scan.pos;
+                scan.advance(column24(pso, x), cy, cy, rf, work.state[0]);
+                continue;
+            }
+            RunScan<SurfaceColumn>& scan = work.scans[x];
+            scan.pos = scan.pos < cy ? cy : scan.pos;
+            scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
+        }
+        forgetPlainLines(work, cy, rf);
+        shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines);
+    }
+
+    // Columns x0 .. x1 - 1 of a 24-bpp surface were repainted below the
+    // sweep, so a column left out as unable to shift may now hold a run to
+    // shift: its scan is taken up. Above the sweep such a column holds no run
+    // that straddles a cell boundary, so its scan never shifted there; only
+    // its last run counts, and what the scan keeps of that run is found from
+    // the 2 rf lines above the sweep, which the row pass has not reached: a
+    // run that began before them is longer than a cell, and stays whatever
+    // its start.
+    void takeUp(DWORD x0, DWORD x1)
+    {
+        for (DWORD x = x0; x < x1 && x < cx; ++x) {
+            if (work.columnMayShift[x])
+                continue;
+            work.columnMayShift[x] = 1;
+            work.stretchMayShift[x / kStretch] = 1;
+            if (!started)
+                continue;  // begin takes it from the top
+            DWORD y0 = next > lag() ? (DWORD)(next - lag()) : 0;
+            ColumnScan24& scan = work.scans24[x];
+            Line24 column = column24(pso, x);
+            scan.colour = scan.previous = scan.next = column.get(y0);
+            scan.start = scan.pos = y0;
+            scan.cellEnd = ((uint64_t)y0 / rf + 1) * rf;
+            BYTE noShift = 0;
+            if (next > 0)
+                scan.advance(column, cy, next - 1, rf, noShift);
+            putPixel24(work.runColours, x, scan.colour);
+            work.state[2] = 0;
+        }
+    }
+};
+
 void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     if (cy == 0)
         return;
-    ULONG format = pso->iBitmapFormat;
-    findColumnsThatMayShift(pso, work, cx, cy, rf);
-    bool wideLines = format == BMF_24BPP && (size_t)cx * 3 >= 16;
-    memset(work.plainLines, 0, cy);
-    memset(work.state, 0, 3);
-    for (DWORD x = 0; x < cx; ++x) {
-        if (wideLines) {
-            work.scans24[x].begin(column24(pso, x), rf);
-            putPixel24(work.runColours, x, work.scans24[x].colour);
-            continue;
-        }
-        work.scans[x].begin(SurfaceColumn{pso, x}, rf);
-        putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
-    }
-    // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
-    // once the sweep has passed scan line y the column pass is done with
-    // line y - 2 rf: the row pass takes it then, while it is still in cache.
-    uint64_t lag = 2 * (uint64_t)rf;
-    for (DWORD y = 0; y < cy; ++y) {
-        const BYTE* line = scanLine(pso, y);
-        if (wideLines) {
-            sweepLine24(pso, work, y, cx, cy, rf);
-            forgetPlainLines(work, y, rf);
-        } else {
-            for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
-                DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-                if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
-                    sweepStretch(pso, work, x0, x1, y, cy, rf);
-            }
-        }
-        if (y >= lag)
-            shiftRows(pso, cx, (DWORD)(y - lag), (DWORD)(y - lag + 1), rf, work.plainLines);
-    }
-    // The runs that reach the bottom edge end there.
-    for (DWORD x = 0; x < cx; ++x) {
-        if (!work.columnMayShift[x])
-            continue;
-        if (wideLines) {
-            ColumnScan24& scan = work.scans24[x];
-            scan.pos = scan.pos < cy ? cy : scan.pos;
-            scan.advance(column24(pso, x), cy, cy, rf, work.state[0]);
-            continue;
-        }
-        RunScan<SurfaceColumn>& scan = work.scans[x];
-        scan.pos = scan.pos < cy ? cy : scan.pos;
-        scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
-    }
-    forgetPlainLines(work, cy, rf);
-    shiftRows(pso, cx, cy > lag ? (DWORD)(cy - lag) : 0, cy, rf, work.plainLines);
+    ColumnSweep sweep(pso, work, cx, cy, rf);
+    sweep.prepare();
+    sweep.finish();
 }
 
 // A scan line as a line of pixels, read and written in place.
@@ -748,22 +828,29 @@ struct MarkedCells {
             }
     }
 
-    // Every cell read, a scan line at a time: a line of paper clears all its
-    // cells at one comparison, and a cell once found marked is not read again.
+    // Every cell read, a scan line at a time.
     void findAll(SURFOBJ* pso, DWORD rf)
     {
-        ULONG format = pso->iBitmapFormat;
-        if (format != BMF_24BPP) {
+        if (pso->iBitmapFormat != BMF_24BPP) {
             refresh(pso, 0, cellsY, 0, cellsX, rf);
             return;
         }
-        memset(flags, 0, (size_t)cellsX * cellsY);
+        for (DWORD i = 0; i < cellsY; ++i)
+            findRow24(pso, i, rf);
+    }
+
+    // The cells of cell row i of a 24-bpp surface, a scan line at a time: a
+    // line of paper clears all its cells at one comparison, and a cell once
+    // found marked is not read again.
+    void findRow24(SURFOBJ* pso, DWORD i, DWORD rf)
+    {
+        BYTE* f = flags + (size_t)i * cellsX;
+        memset(f, 0, cellsX);
         size_t cellBytes = (size_t)rf * 3;
-        for (DWORD y = 0; y < cellsY * rf; ++y) {
+        for (DWORD y = i * rf; y < (i + 1) * rf; ++y) {
             const BYTE* line = scanLine(pso, y);
             if (allWhite(line, cellBytes * cellsX))
                 continue;
-            BYTE* f = flags + (size_t)(y / rf) * cellsX;
             for (DWORD j = 0; j < cellsX; ++j)
                 f[j] = f[j] || !allWhite(line + j * cellBytes, cellBytes);
         }
@@ -772,8 +859,9 @@ struct MarkedCells {
 
 // snapWindow on scan lines: the same mark found, but the reading stops as
 // soon as a marked pixel shows the mark touches the window's border or has
-// grown too large to be one dot.
-void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf)
+// grown too large to be one dot. A column sweep following the snaps down the
+// surface, if any, is told which columns a snap repainted.
+void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf, ColumnSweep* sweep)
 {
     if (!cells.any(i, j))
         return;
@@ -801,6 +889,8 @@ void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf
         return;
     snapBox(pso, box, left, top, rf);
     // The moves stay within one pixel of the window, so within the cells around it.
+    if (sweep)
+        sweep->takeUp(left > 0 ? left - 1 : 0, right + 1);
     cells.refresh(pso, i > 0 ? i - 1 : 0, i + 3 < cells.cellsY ? i + 3 : cells.cellsY, j > 0 ? j - 1 : 0,
                   j + 3 < cells.cellsX ? j + 3 : cells.cellsX, rf);
 }
@@ -821,7 +911,7 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
         cells.findAll(pso, rf);
         for (DWORD i = 0; i + 1 < cellsY; ++i)
             for (DWORD j = 0; j + 1 < cellsX; ++j)
-                snapWindowFast(pso, cells, i, j, rf);
+                snapWindowFast(pso, cells, i, j, rf, nullptr);
     }
     if (cells.flags)
         myfree(cells.flags);
@@ -848,6 +938,46 @@ void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
             shiftLine(Row{pso, y}, cx, (DWORD)rf);
 }
 
+void logAdjustBraille(SURFOBJ* pso, INT rf) { LogMessage("adjustBraille(pso: 0x%X, rf: %d)\n", px_low32(pso), rf); }
+
+// Snapping, the column pass and the row pass of a 24-bpp surface as one
+// sweep down it, each pass a little behind the one before, so that the
+// surface is read from memory once and the later passes find its lines in
+// cache. Each does exactly what it does on its own: the snapping windows of
+// cell row i read and write scan lines from i rf - 1 on, and the column sweep
+// at line y writes no further than y + rf - 2, so once the windows of row i
+// are done the sweep may take the lines above i rf. False, with nothing
+// done, when the working memory cannot be had.
+bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
+{
+    DWORD cellsX = cx / rf, cellsY = cy / rf;
+    MarkedCells cells = {static_cast<BYTE*>(workMemory((uint64_t)cellsX * cellsY)), cellsX, cellsY};
+    void* memory = cells.flags ? workMemory(ColumnScans::bytes(cx, cy)) : nullptr;
+    if (!memory) {
+        if (cells.flags)
+            myfree(cells.flags);
+        return false;
+    }
+    logAdjustBraille(pso, (INT)rf);
+    LogMessage("\twidth = %d, height = %d\n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
+    LogMessage("\t\n==================Shifting along y-direction... ===================\n");
+    LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+    ColumnSweep sweep(pso, ColumnScans(memory, cx, cy), cx, cy, rf);
+    sweep.prepare();  // before any snap: the snaps tell the sweep what they repaint
+    DWORD found = 0;  // cell rows whose marked cells are known
+    for (DWORD i = 0; i + 1 < cellsY; ++i) {
+        for (; found < i + 2; ++found)
+            cells.findRow24(pso, found, rf);
+        for (DWORD j = 0; j + 1 < cellsX; ++j)
+            snapWindowFast(pso, cells, i, j, rf, &sweep);
+        sweep.sweepTo(i * rf);
+    }
+    sweep.finish();
+    myfree(memory);
+    myfree(cells.flags);
+    return true;
+}
+
 }  // namespace
 
 DWORD shiftRunAlongColumn(SURFOBJ* pso, DWORD x, const PixelRun& run, DWORD lineLength, INT rf)
@@ -864,7 +994,7 @@ DWORD shiftRunAlongRow(SURFOBJ* pso, DWORD y, const PixelRun& run, DWORD lineLen
 // snap to, and the surface is left as it is.
 void adjustBraille(SURFOBJ* pso, INT rf)
 {
-    LogMessage("adjustBraille(pso: 0x%X, rf: %d)\n", px_low32(pso), rf);
+    logAdjustBraille(pso, rf);
     if (!pso || rf < 1)
         return;
     DWORD cellsX = widthOf(pso) / (DWORD)rf, cellsY = heightOf(pso) / (DWORD)rf;
@@ -878,8 +1008,14 @@ void adjustBitMap(SURFOBJ* pso, INT rf)
     LogMessage("adjustBitMap(pso: 0x%X, rf: %d)\n", px_low32(pso), rf);
     if (!pso || !pso->pvScan0)
         return;
-    adjustBraille(pso, rf);
     DWORD cx = widthOf(pso), cy = heightOf(pso);
+    // The usual surface, in one sweep; anything else pass after pass.
+    if (rf >= 1 && pso->iBitmapFormat == BMF_24BPP && (size_t)cx * 3 >= 16 && cx / (DWORD)rf >= 2 &&
+        cy / (DWORD)rf >= 2 && adjustInOneSweep(pso, cx, cy, (DWORD)rf)) {
+        LogMessage("End of adjustBitmap()\n");
+        return;
+    }
+    adjustBraille(pso, rf);
     LogMessage("\twidth = %d, height = %d\n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
     shiftAll(pso, cx, cy, rf);
     LogMessage("End of adjustBitmap()\n");

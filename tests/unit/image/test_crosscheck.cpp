@@ -72,6 +72,45 @@ TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
     }
 }
 
+// Marks snapped further down the page than the column pass has reached, into
+// columns that held no run to shift until then. Each pair of cell rows lies
+// between grey lines just outside it, and its middle boundary is crossed by
+// two grey lines of different shades, so that every column differs across
+// every cell boundary, except in the windows kept white for a mark of a few
+// colours that crosses the middle boundary: a snap moves such a mark, up to
+// one line past its window, and what it repaints may then shift.
+TEST(CrossCheck, BitmapAdjustmentMatchesWhereSnapsLeadToShifts)
+{
+    RandomSurfaces random(5);
+    const PixelColor inks[] = {{0, 0, 0}, {128, 128, 128}, {40, 40, 40}, {200, 200, 200}};
+    for (int round = 0; round < 3000; ++round) {
+        int rf = random.below(7) + 2, cellsX = random.below(16) + 4, pairs = random.below(5) + 2;
+        LONG cx = cellsX * rf + random.below(rf), cy = 3 * pairs * rf + random.below(rf);
+        Surface s(cx, cy, BMF_24BPP, random.below(5), random.below(2) == 0);
+        std::fill(s.bits.begin(), s.bits.end(), BYTE(0xFF));
+        for (int k = 0; k < pairs; ++k) {
+            LONG top = 3 * k * rf, middle = top + rf, bottom = top + 2 * rf;
+            RandomSurfaces::fill(s, 0, bottom, cx, 1, inks[random.below(4)]);
+            RandomSurfaces::fill(s, 0, bottom + rf - 1, cx, 1, inks[random.below(4)]);
+            RandomSurfaces::fill(s, 0, middle - 1, cx, 1, inks[0]);
+            RandomSurfaces::fill(s, 0, middle, cx, 1, inks[1]);
+            for (int j = random.below(3); j + 1 < cellsX; j += random.below(4) + 3) {
+                RandomSurfaces::fill(s, j * rf, middle - 1, 2 * rf, 2, imagetest::kWhite);
+                LONG w = random.below(rf + 1) + 1, h = random.below(rf) + 2;
+                LONG left = j * rf + 1 + random.below(2 * rf - 1 - w > 0 ? 2 * rf - 1 - w : 1);
+                LONG first = middle - 1 - random.below(h - 1 < middle - top - 1 ? h - 1 : middle - top - 1);
+                for (LONG y = first; y < first + h && y < bottom - 1; ++y)
+                    for (LONG x = left; x < left + w && x < (j + 2) * rf - 1; ++x)
+                        s.set(x, y, inks[random.below(4)]);
+            }
+        }
+        Copy expected(s);
+        reference::adjustBitMap(&expected.so, rf);
+        adjustBitMap(&s.so, rf);
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+    }
+}
+
 // Every cell of a grid over the surface (cells past its edges included), in
 // page order, so that the ink each cell removes is gone for the next; every
 // weighting, surfaces without bits too.

@@ -279,6 +279,10 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
+// What is known of a scan line (ColumnScans::plainLines).
+const BYTE kPlain = 1;       // swept, and of one colour
+const BYTE kWhiteAhead = 2;  // not yet swept, and all white
+
 // A 24-bpp pixel as one number, 0x00BBGGRR, and back.
 inline uint32_t pixel24(const BYTE* line, DWORD x)
 {
@@ -391,10 +395,11 @@ struct ColumnScan24 {
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
 // columns and stretches may hold a run to shift at all. At 24 bpp the sweep
-// also notes the scan lines it found to be of one colour (plainLines, one
-// byte each), which the row pass then passes without reading, unless a
-// column's shift repainted them afterwards; and whether runColours is known
-// to be of one colour.
+// also notes the scan lines it found to be of one colour (kPlain in
+// plainLines, one byte each), which the row pass then passes without
+// reading, unless a column's shift repainted them afterwards; and whether
+// runColours is known to be of one colour. Lines below the sweep found all
+// white, and not repainted since, are kWhiteAhead.
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
@@ -520,14 +525,22 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
 {
     const BYTE* line = scanLine(pso, y);
     size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
-    if (sameBytes(line, work.runColours, bytes)) {
-        // Every column's run goes on. Paper and shapes: when all runs are
-        // of one colour, so is this line.
+    auto runColoursPlain = [&]() {
         if (!work.state[2]) {
             work.state[1] = sameBytes(work.runColours, work.runColours + 3, bytes - 3);
             work.state[2] = 1;
         }
-        work.plainLines[y] = work.state[1];
+        return work.state[1] != 0;
+    };
+    // Paper under runs of paper: nothing to read.
+    if (work.plainLines[y] == kWhiteAhead && runColoursPlain() && allWhite(work.runColours, 3)) {
+        work.plainLines[y] = kPlain;
+        return;
+    }
+    if (sameBytes(line, work.runColours, bytes)) {
+        // Every column's run goes on. Paper and shapes: when all runs are
+        // of one colour, so is this line.
+        work.plainLines[y] = runColoursPlain() ? kPlain : 0;
         return;
     }
     work.plainLines[y] = 0;
@@ -560,14 +573,17 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
 void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines);
 
 // After a column's shift at sweep line y, the lines it may have repainted
-// behind the sweep are no longer known to be plain.
-void forgetPlainLines(ColumnScans work, uint64_t y, DWORD rf)
+// behind the sweep are no longer known to be plain, nor those ahead of it to
+// be white.
+void forgetPlainLines(ColumnScans work, uint64_t y, DWORD cy, DWORD rf)
 {
     if (!work.state[0])
         return;
     work.state[0] = 0;
     uint64_t from = y + 1 > 2 * (uint64_t)rf ? y + 1 - 2 * (uint64_t)rf : 0;
-    memset(work.plainLines + from, 0, (size_t)(y - from));
+    uint64_t to = y + rf < cy ? y + rf : cy;
+    if (to > from)
+        memset(work.plainLines + from, 0, (size_t)(to - from));
 }
 
 // The column pass as one sweep down the surface, with the row pass
@@ -638,7 +654,7 @@ struct ColumnSweep {
             DWORD y = next;
             if (wideLines) {
                 sweepLine24(pso, work, y, cx, cy, rf);
-                forgetPlainLines(work, y, rf);
+                forgetPlainLines(work, y, cy, rf);
             } else {
                 const BYTE* line = scanLine(pso, y);
                 for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
@@ -671,13 +687,22 @@ struct ColumnSweep {
             scan.pos = scan.pos < cy ? cy : scan.pos;
             scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
         }
-        forgetPlainLines(work, cy, rf);
+        forgetPlainLines(work, cy, cy, rf);
         shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines);
     }
 
-    // Columns x0 .. x1 - 1 of a 24-bpp surface were repainted below the
-    // sweep, so a column left out as unable to shift may now hold a run to
-    // shift: its scan is taken up. Above the sweep such a column holds no run
+    // A snap repainted columns x0 .. x1 - 1 of scan lines y0 .. y1 - 1 of a
+    // 24-bpp surface, below the sweep.
+    void repainted(DWORD x0, DWORD x1, DWORD y0, DWORD y1)
+    {
+        y1 = y1 < cy ? y1 : cy;
+        if (y1 > y0)
+            memset(work.plainLines + y0, 0, y1 - y0);
+        takeUp(x0, x1);
+    }
+
+    // A column left out as unable to shift may now hold a run to shift: its
+    // scan is taken up. Above the sweep such a column holds no run
     // that straddles a cell boundary, so its scan never shifted there; only
     // its last run counts, and what the scan keeps of that run is found from
     // the 2 rf lines above the sweep, which the row pass has not reached: a
@@ -841,16 +866,20 @@ struct MarkedCells {
 
     // The cells of cell row i of a 24-bpp surface, a scan line at a time: a
     // line of paper clears all its cells at one comparison, and a cell once
-    // found marked is not read again.
-    void findRow24(SURFOBJ* pso, DWORD i, DWORD rf)
+    // found marked is not read again. Lines white to their end (lineBytes)
+    // are noted in whiteLines, when given.
+    void findRow24(SURFOBJ* pso, DWORD i, DWORD rf, BYTE* whiteLines = nullptr, size_t lineBytes = 0)
     {
         BYTE* f = flags + (size_t)i * cellsX;
         memset(f, 0, cellsX);
         size_t cellBytes = (size_t)rf * 3;
         for (DWORD y = i * rf; y < (i + 1) * rf; ++y) {
             const BYTE* line = scanLine(pso, y);
-            if (allWhite(line, cellBytes * cellsX))
+            if (allWhite(line, cellBytes * cellsX)) {
+                if (whiteLines && allWhite(line + cellBytes * cellsX, lineBytes - cellBytes * cellsX))
+                    whiteLines[y] = kWhiteAhead;
                 continue;
+            }
             for (DWORD j = 0; j < cellsX; ++j)
                 f[j] = f[j] || !allWhite(line + j * cellBytes, cellBytes);
         }
@@ -890,7 +919,7 @@ void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf
     snapBox(pso, box, left, top, rf);
     // The moves stay within one pixel of the window, so within the cells around it.
     if (sweep)
-        sweep->takeUp(left > 0 ? left - 1 : 0, right + 1);
+        sweep->repainted(left > 0 ? left - 1 : 0, right + 1, top > 0 ? top - 1 : 0, bottom + 1);
     cells.refresh(pso, i > 0 ? i - 1 : 0, i + 3 < cells.cellsY ? i + 3 : cells.cellsY, j > 0 ? j - 1 : 0,
                   j + 3 < cells.cellsX ? j + 3 : cells.cellsX, rf);
 }
@@ -967,7 +996,7 @@ bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
     DWORD found = 0;  // cell rows whose marked cells are known
     for (DWORD i = 0; i + 1 < cellsY; ++i) {
         for (; found < i + 2; ++found)
-            cells.findRow24(pso, found, rf);
+            cells.findRow24(pso, found, rf, sweep.work.plainLines, (size_t)cx * 3);
         for (DWORD j = 0; j + 1 < cellsX; ++j)
             snapWindowFast(pso, cells, i, j, rf, &sweep);
         sweep.sweepTo(i * rf);

@@ -23,6 +23,11 @@ namespace {
 
 const PixelColor kWhite = {255, 255, 255};
 
+// The log lines that open the passes.
+const char* const kWidthLine = "\twidth = %d, height = %d\n";
+const char* const kColumnPassLine = "\t\n==================Shifting along y-direction... ===================\n";
+const char* const kRowPassLine = "\t\n=================Shifting along x-direction...=====================\n";
+
 bool sameColour(const PixelColor& a, const PixelColor& b)
 {
     return a.red == b.red && a.green == b.green && a.blue == b.blue;
@@ -710,6 +715,8 @@ struct ColumnSweep {
     // its start.
     void takeUp(DWORD x0, DWORD x1)
     {
+        if (!wideLines)
+            return;  // snaps run ahead of the sweep only on such surfaces
         for (DWORD x = x0; x < x1 && x < cx; ++x) {
             if (work.columnMayShift[x])
                 continue;
@@ -791,7 +798,7 @@ void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE*
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (plainLines[y] || !rowMayShift(line, cx, rf, format))
+        if (plainLines[y] == kPlain || !rowMayShift(line, cx, rf, format))
             continue;
         if (format == BMF_24BPP && cx > 0)
             shiftRow24(line, cx, rf);
@@ -950,10 +957,10 @@ void snapAll(SURFOBJ* pso, DWORD cellsX, DWORD cellsY, DWORD rf)
 void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
 {
     void* memory = rf >= 1 && writable(pso) ? workMemory(ColumnScans::bytes(cx, cy)) : nullptr;
-    LogMessage("\t\n==================Shifting along y-direction... ===================\n");
+    LogMessage(kColumnPassLine);
     if (memory) {
         // Both passes in one sweep; the rows are only taken where the columns are done.
-        LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+        LogMessage(kRowPassLine);
         shiftColumnsAndRows(pso, ColumnScans(memory, cx, cy), cx, cy, (DWORD)rf);
         myfree(memory);
         return;
@@ -961,7 +968,7 @@ void shiftAll(SURFOBJ* pso, DWORD cx, DWORD cy, INT rf)
     if (rf >= 1)
         for (DWORD x = 0; x < cx; ++x)
             shiftLine(Column{pso, x}, cy, (DWORD)rf);
-    LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+    LogMessage(kRowPassLine);
     if (rf >= 1)
         for (DWORD y = 0; y < cy; ++y)
             shiftLine(Row{pso, y}, cx, (DWORD)rf);
@@ -988,9 +995,9 @@ bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
         return false;
     }
     logAdjustBraille(pso, (INT)rf);
-    LogMessage("\twidth = %d, height = %d\n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
-    LogMessage("\t\n==================Shifting along y-direction... ===================\n");
-    LogMessage("\t\n=================Shifting along x-direction...=====================\n");
+    LogMessage(kWidthLine, pso->sizlBitmap.cx, pso->sizlBitmap.cy);
+    LogMessage(kColumnPassLine);
+    LogMessage(kRowPassLine);
     ColumnSweep sweep(pso, ColumnScans(memory, cx, cy), cx, cy, rf);
     sweep.prepare();  // before any snap: the snaps tell the sweep what they repaint
     DWORD found = 0;  // cell rows whose marked cells are known
@@ -1045,7 +1052,7 @@ void adjustBitMap(SURFOBJ* pso, INT rf)
         return;
     }
     adjustBraille(pso, rf);
-    LogMessage("\twidth = %d, height = %d\n", pso->sizlBitmap.cx, pso->sizlBitmap.cy);
+    LogMessage(kWidthLine, pso->sizlBitmap.cx, pso->sizlBitmap.cy);
     shiftAll(pso, cx, cy, rf);
     LogMessage("End of adjustBitmap()\n");
 }

@@ -379,21 +379,24 @@ struct ColumnScan24 {
                 cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
         }
     }
-    // The sweep's usual case, advance through pixel y of colour c when the
-    // scan waits at y and c differs from the run's colour: a run that stays
-    // ends, and pixel y, already read, begins the next. False for a run to
-    // shift, which advance takes.
-    bool endsAt(DWORD y, uint32_t c, DWORD rf)
+    // advance through pixel y of the column (of n pixels) for the sweep,
+    // when the scan waits at y and the pixel there, already read, is c, not
+    // the run's colour: the run ends, shifted if it must be, and c begins
+    // the next. The pixels a shift back repaints before y are of c too, so
+    // the scan is done with y either way.
+    void endAt(const Line24& column, DWORD y, uint32_t c, DWORD n, DWORD rf, BYTE& shifted)
     {
-        if (c == colour || (y > cellEnd && y - start <= rf))
-            return false;
+        DWORD resume = y;
+        if (y > cellEnd && y - start <= rf) {
+            resume = shiftRun24(column, start, y, cellEnd, colour, previous, c, n);
+            shifted = 1;
+        }
         previous = colour;
         colour = next = c;
-        start = y;
-        pos = y + 1;
+        start = resume;
+        pos = resume > y ? resume : y + 1;  // ahead after a shift forward
         if (start >= cellEnd)
             cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
-        return true;
     }
 };
 
@@ -517,9 +520,11 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     ColumnScan24& scan = work.scans24[x];
     if (scan.pos > y)
         return;  // ahead of the sweep
-    scan.pos = y;
-    if (!scan.endsAt(y, pixel24(line, x), rf))
-        scan.advance(column24(pso, x), cy, y, rf, work.state[0]);
+    uint32_t c = pixel24(line, x);
+    if (c == scan.colour)
+        scan.pos = y + 1;  // the run goes on
+    else
+        scan.endAt(column24(pso, x), y, c, cy, rf, work.state[0]);
     putPixel24(work.runColours, x, scan.colour);
 }
 

@@ -2,12 +2,15 @@
 // dpi, beside a plain streaming read of the same surface in the same run.
 //
 //   bench_image [--benchmark_filter=...] [--benchmark_min_time=0.2]
+//               [--benchmark_repetitions=5]
 //
 // After the usual table the program prints each figure as a ratio to the
 // read of the same resolution: the read is what any program must at least do
 // with a page, so the ratio says what the conversion costs on top, on this
 // machine, today. Ratios are of CPU time, which other work on a shared
-// machine disturbs less than the wall clock.
+// machine disturbs less than the wall clock. With repetitions they are of
+// the medians: one repetition can differ from the next by a fifth, as the
+// memory a page lands in does.
 //
 // The page holds what embossed pages are made of: white paper, a photograph
 // (a smooth grey and colour gradient), ruled one-pixel lines, small marks
@@ -226,9 +229,11 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.iterations == 0)
+            bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if ((run.run_type != Run::RT_Iteration && !median) || run.iterations == 0)
                 continue;
-            std::string name = run.benchmark_name();
+            // The median comes after the repetitions it is taken over.
+            std::string name = run.run_name.str();
             size_t slash = name.find('/');
             if (slash == std::string::npos)
                 continue;

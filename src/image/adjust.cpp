@@ -769,15 +769,43 @@ struct ScanLineRow {
     }
 };
 
-// shiftLine over a 24-bpp scan line, the same scan with colours as numbers:
-// rows of a picture end a run every few pixels, and each end costs a handful
-// of instructions here.
+// The first cell boundary from b on (a multiple of rf below n) whose pixels
+// either side are the same colour, n when none: only a run holding such a
+// pair can straddle a boundary.
+uint64_t nextJoinedBoundary(const BYTE* line, uint64_t b, DWORD n, DWORD rf)
+{
+    for (; b < n; b += rf)
+        if (pixel24(line, (DWORD)b - 1) == pixel24(line, (DWORD)b))
+            return b;
+    return n;
+}
+
+// shiftLine over a 24-bpp scan line, the same scan with colours as numbers.
+// No run straddles a boundary whose pixels either side differ, so up to the
+// next boundary whose pixels are the same (joined) nothing shifts, and the
+// runs there are the line's own: the scan reaches the run that holds pixel
+// joined - 1, which begins after the boundary before, with that run's colour
+// and the colour of the pixel before it. It goes straight there. A grainy
+// picture ends a run at almost every pixel, but joins few boundaries. A
+// shift repaints no pixel of a boundary past the cell the scan then is in.
 void shiftRow24(BYTE* line, DWORD n, DWORD rf)
 {
     uint32_t colour = pixel24(line, 0), previous = colour, next = colour;
     DWORD start = 0;
     uint64_t cellEnd = rf;  // the first pixel past the cell of the run's first pixel
+    uint64_t joined = nextJoinedBoundary(line, cellEnd, n, rf);
     while (start < n) {
+        if (cellEnd < joined) {
+            if (joined >= n)
+                return;  // no run from here on straddles a boundary
+            DWORD p = (DWORD)joined - 1, low = (DWORD)joined - rf;
+            while (p > low && pixel24(line, p - 1) == pixel24(line, p))
+                --p;
+            start = p;
+            colour = next = pixel24(line, p);
+            previous = pixel24(line, p - 1);
+            cellEnd = joined;
+        }
         DWORD pos = start;
         if (pixel24(line, pos) == colour)
             pos = (DWORD)(runEndBytes24(line, ((size_t)pos + 1) * 3, (size_t)n * 3) / 3);
@@ -793,6 +821,8 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
         start = resume;
         if (start >= cellEnd)
             cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        if (joined < cellEnd)
+            joined = nextJoinedBoundary(line, cellEnd, n, rf);
     }
 }
 
@@ -803,11 +833,11 @@ void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE*
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (plainLines[y] == kPlain || !rowMayShift(line, cx, rf, format))
+        if (plainLines[y] == kPlain)
             continue;
         if (format == BMF_24BPP && cx > 0)
             shiftRow24(line, cx, rf);
-        else
+        else if (rowMayShift(line, cx, rf, format))
             shiftLine(ScanLineRow{line, format}, cx, rf);
     }
 }

@@ -45,7 +45,8 @@ TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
 // Pages wider than the sweep's stretches and taller than its lag behind the
 // row pass, drawn as pages are: smooth gradients whose runs are a few pixels
 // long either way (so most runs straddle a cell boundary and many shift),
-// paper, ruled lines and small marks.
+// some of them grainy (runs of a pixel or two, a few joining pixels across a
+// boundary), paper, ruled lines and small marks.
 TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
 {
     RandomSurfaces random(77);
@@ -54,9 +55,13 @@ TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
         LONG cx = random.below(260) + 40, cy = random.below(120) + 40;
         Surface s(cx, cy, BMF_24BPP, random.below(5), random.below(2) == 0);
         int xStep = random.below(12) + 1, yStep = random.below(12) + 1, diagonal = random.below(40) + 5;
+        int grain = random.below(2) ? 1 : random.below(4) + 2;
         for (LONG y = 0; y < cy; ++y)
-            for (LONG x = 0; x < cx; ++x)
-                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7), (BYTE)(y / yStep * 5), (BYTE)((x + y) / diagonal * 3)});
+            for (LONG x = 0; x < cx; ++x) {
+                BYTE noise = (BYTE)random.below(grain);
+                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7 + noise), (BYTE)(y / yStep * 5 + noise),
+                                       (BYTE)((x + y) / diagonal * 3 + noise)});
+            }
         RandomSurfaces::fill(s, random.below(cx), 0, random.below(cx / 2) + 1, cy, imagetest::kWhite);
         for (int n = random.below(20); n > 0; --n) {
             LONG x = random.below(cx), y = random.below(cy);

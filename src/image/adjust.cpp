@@ -284,6 +284,9 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
+// A stretch whose every column the sweep follows (ColumnScans::stretchFollowed).
+const BYTE kAllFollowed = 2;
+
 // What is known of a scan line (ColumnScans::plainLines).
 const BYTE kPlain = 1;       // swept, and of one colour
 const BYTE kWhiteAhead = 2;  // not yet swept, and all white
@@ -402,7 +405,10 @@ struct ColumnScan24 {
 
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
-// columns and stretches may hold a run to shift at all. At 24 bpp the sweep
+// columns the sweep follows, and which stretches hold one: at 24 bpp those
+// that may hold a run to shift in the cell row the sweep is in (followed24
+// is the same as a mask over runColours), else those that may hold one
+// anywhere. At 24 bpp the sweep
 // also notes the scan lines it found to be of one colour (kPlain in
 // plainLines, one byte each), which the row pass then passes without
 // reading, unless a column's shift repainted them afterwards; and whether
@@ -412,19 +418,20 @@ struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
     BYTE* runColours;
-    BYTE* columnMayShift;
-    BYTE* stretchMayShift;
+    BYTE* followed;
+    BYTE* stretchFollowed;  // 0 none, 1 some, kAllFollowed every column
+    BYTE* followed24;
     BYTE* plainLines;
     BYTE* state;  // [0]: a shift since the last scan line; [1]: runColours known plain; [2]: that is known
     static uint64_t bytes(DWORD cx, DWORD cy)
     {
-        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + cx / kStretch + 1 + (uint64_t)cy + 3;
+        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 7) + cx / kStretch + 1 + (uint64_t)cy + 3;
     }
     explicit ColumnScans(void* memory, DWORD cx, DWORD cy)
         : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
-          runColours(reinterpret_cast<BYTE*>(scans + cx)), columnMayShift(runColours + (size_t)cx * 3),
-          stretchMayShift(columnMayShift + cx), plainLines(stretchMayShift + cx / kStretch + 1),
-          state(plainLines + cy)
+          runColours(reinterpret_cast<BYTE*>(scans + cx)), followed(runColours + (size_t)cx * 3),
+          stretchFollowed(followed + cx), followed24(stretchFollowed + cx / kStretch + 1),
+          plainLines(followed24 + (size_t)cx * 3), state(plainLines + cy)
     {
     }
 };
@@ -469,7 +476,7 @@ bool sameStretch(const BYTE* a, const BYTE* b, DWORD x0, DWORD x1, ULONG format)
 void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
 {
     ULONG format = pso->iBitmapFormat;
-    memset(work.columnMayShift, 0, cx);
+    memset(work.followed, 0, cx);
     for (DWORD b = rf; b < cy; b += rf) {
         const BYTE* above = scanLine(pso, b - 1);
         const BYTE* below = scanLine(pso, b);
@@ -477,16 +484,16 @@ void findColumnsThatMayShift(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy,
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
             // Paper and shapes go on across the boundary: a stretch at once.
             if (sameStretch(above, below, x0, x1, format)) {
-                memset(work.columnMayShift + x0, 1, x1 - x0);
+                memset(work.followed + x0, 1, x1 - x0);
                 continue;
             }
             for (DWORD x = x0; x < x1; ++x)
-                work.columnMayShift[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
+                work.followed[x] |= sameColour(scanPixel(above, x, format), scanPixel(below, x, format));
         }
     }
-    memset(work.stretchMayShift, 0, cx / kStretch + 1);
+    memset(work.stretchFollowed, 0, cx / kStretch + 1);
     for (DWORD x = 0; x < cx; ++x)
-        work.stretchMayShift[x / kStretch] |= work.columnMayShift[x];
+        work.stretchFollowed[x / kStretch] |= work.followed[x];
 }
 
 // One scan line of the sweep over columns x0 .. x1 - 1; the colours of
@@ -497,7 +504,7 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
     ULONG format = pso->iBitmapFormat;
     for (DWORD x = x0; x < x1; ++x) {
         RunScan<SurfaceColumn>& scan = work.scans[x];
-        if (!work.columnMayShift[x])
+        if (!work.followed[x])
             continue;
         if (scan.pos <= y && !sameColour(scanPixel(line, x, format), scan.run.colour)) {
             scan.pos = y;
@@ -507,16 +514,10 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
     }
 }
 
-// One column of the sweep at scan line y, whose pixel differs from its
-// run's colour: unless its scan is ahead of the sweep, the run ends here.
-// A column that cannot shift only takes the new colour, so that it is
-// passed again until its colour changes.
+// One followed column of the sweep at scan line y, whose pixel differs from
+// its run's colour: unless its scan is ahead of the sweep, the run ends here.
 inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWORD x, DWORD y, DWORD cy, DWORD rf)
 {
-    if (!work.columnMayShift[x]) {
-        memcpy(work.runColours + (size_t)x * 3, line + (size_t)x * 3, 3);
-        return;
-    }
     ColumnScan24& scan = work.scans24[x];
     if (scan.pos > y)
         return;  // ahead of the sweep
@@ -560,13 +561,13 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
         stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
         // A stretch that continues every column's run (paper, mostly) is
         // passed by one comparison of its bytes.
-        if (!work.stretchMayShift[stretch] || sameBytes(line + done, work.runColours + done, stretchEnd - done)) {
+        if (!work.stretchFollowed[stretch] || sameBytes(line + done, work.runColours + done, stretchEnd - done)) {
             done = stretchEnd;
             continue;
         }
         while (done < stretchEnd) {
             size_t at = done + 16 > bytes ? bytes - 16 : done;
-            unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & 0xFFFFu;
+            unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & wide::setMask(work.followed24 + at);
             // Bytes of columns already visited are left out.
             differ &= done > at ? ~0u << (done - at) : ~0u;
             while (differ) {
@@ -607,6 +608,15 @@ void forgetPlainLines(ColumnScans work, uint64_t y, DWORD cy, DWORD rf)
 // continues its run (or waits): the stretch is passed by one comparison of
 // bytes. Columns that cannot hold a run to shift are left out.
 //
+// A run straddles a cell boundary only where the column's pixels either side
+// of it are the same colour, and a run that straddles one begins in the cell
+// row above it and ends in the row below. At 24 bpp the sweep therefore
+// follows a column through a cell row only when the boundary above the row
+// or the one below it joins the column's pixels, and takes the column up
+// again at the top of a row: a boundary that does not join them begins a run
+// there, after the run of the pixel above it, as if no shift had happened.
+// Paper, shapes and smooth pictures join most boundaries; grain, few.
+//
 // The sweep can stop after any scan line and go on later, so that the
 // snapping pass can run ahead of it down the same surface.
 struct ColumnSweep {
@@ -628,10 +638,12 @@ struct ColumnSweep {
     // line y - 2 rf: the row pass takes it then, while it is still in cache.
     uint64_t lag() const { return 2 * (uint64_t)rf; }
 
-    // Which columns may shift, from the surface as it is now.
+    // Which columns may shift anywhere, from the surface as it is now,
+    // unless the sweep finds that a cell row at a time.
     void prepare()
     {
-        findColumnsThatMayShift(pso, work, cx, cy, rf);
+        if (!wideLines)
+            findColumnsThatMayShift(pso, work, cx, cy, rf);
         memset(work.plainLines, 0, cy);
         memset(work.state, 0, 3);
     }
@@ -639,16 +651,69 @@ struct ColumnSweep {
     void begin()
     {
         ULONG format = pso->iBitmapFormat;
+        if (wideLines) {
+            memset(work.followed, 0, cx);
+            memset(work.stretchFollowed, 0, cx / kStretch + 1);
+            memcpy(work.runColours, scanLine(pso, 0), (size_t)cx * 3);
+            started = true;
+            return;
+        }
         for (DWORD x = 0; x < cx; ++x) {
-            if (wideLines) {
-                work.scans24[x].begin(column24(pso, x), rf);
-                putPixel24(work.runColours, x, work.scans24[x].colour);
-                continue;
-            }
             work.scans[x].begin(SurfaceColumn{pso, x}, rf);
             putScanPixel(work.runColours, x, format, work.scans[x].run.colour);
         }
         started = true;
+    }
+
+    // At the top of the cell row from scan line top: which columns to follow
+    // through it, and the scans of those taken up.
+    void followRow(DWORD top)
+    {
+        const BYTE* above = top > 0 ? scanLine(pso, top - 1) : nullptr;
+        const BYTE* first = scanLine(pso, top);
+        DWORD bottom = top + rf;  // the boundary below the row
+        const BYTE* last = bottom < cy ? scanLine(pso, bottom - 1) : nullptr;
+        const BYTE* below = bottom < cy ? scanLine(pso, bottom) : nullptr;
+        for (DWORD x0 = 0, stretch = 0; x0 < cx; x0 += kStretch, ++stretch) {
+            DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
+            size_t from = (size_t)x0 * 3, bytes = (size_t)(x1 - x0) * 3;
+            // Paper and shapes join a whole stretch at once.
+            bool all = (above && sameBytes(above + from, first + from, bytes)) ||
+                       (below && sameBytes(last + from, below + from, bytes));
+            if (all && work.stretchFollowed[stretch] == kAllFollowed)
+                continue;
+            BYTE any = 0, every = 1;
+            for (DWORD x = x0; x < x1; ++x) {
+                BYTE follow = all || (above && pixel24(above, x) == pixel24(first, x)) ||
+                              (below && pixel24(last, x) == pixel24(below, x));
+                if (follow && !work.followed[x])
+                    takeUp(x, top);
+                work.followed[x] = follow;
+                memset(work.followed24 + (size_t)x * 3, follow ? 0xFF : 0, 3);
+                any |= follow;
+                every &= follow;
+            }
+            work.stretchFollowed[stretch] = every ? kAllFollowed : any;
+        }
+    }
+
+    // The scan of column x taken up at scan line top, after that line: from
+    // the top of the surface, or at the run that begins there.
+    void takeUp(DWORD x, DWORD top)
+    {
+        ColumnScan24& scan = work.scans24[x];
+        Line24 column = column24(pso, x);
+        if (top == 0) {
+            scan.begin(column, rf);
+        } else {
+            scan.colour = scan.next = column.get(top);
+            scan.previous = column.get(top - 1);
+            scan.start = top;
+            scan.pos = top + 1;
+            scan.cellEnd = (uint64_t)top + rf;
+        }
+        putPixel24(work.runColours, x, scan.colour);
+        work.state[2] = 0;
     }
 
     // Sweeps scan lines up to end - 1.
@@ -663,13 +728,15 @@ struct ColumnSweep {
         for (; next < end; ++next) {
             DWORD y = next;
             if (wideLines) {
+                if (y % rf == 0)
+                    followRow(y);
                 sweepLine24(pso, work, y, cx, cy, rf);
                 forgetPlainLines(work, y, cy, rf);
             } else {
                 const BYTE* line = scanLine(pso, y);
                 for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
                     DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
-                    if (work.stretchMayShift[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
+                    if (work.stretchFollowed[x0 / kStretch] && !sameStretch(line, work.runColours, x0, x1, format))
                         sweepStretch(pso, work, x0, x1, y, cy, rf);
                 }
             }
@@ -685,7 +752,7 @@ struct ColumnSweep {
         if (!started)
             begin();
         for (DWORD x = 0; x < cx; ++x) {
-            if (!work.columnMayShift[x])
+            if (!work.followed[x])
                 continue;
             if (wideLines) {
                 ColumnScan24& scan = work.scans24[x];
@@ -701,47 +768,15 @@ struct ColumnSweep {
         shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines);
     }
 
-    // A snap repainted columns x0 .. x1 - 1 of scan lines y0 .. y1 - 1 of a
-    // 24-bpp surface, below the sweep.
-    void repainted(DWORD x0, DWORD x1, DWORD y0, DWORD y1)
+    // A snap repainted scan lines y0 .. y1 - 1, below the sweep: what was
+    // found of them no longer holds.
+    void repainted(DWORD y0, DWORD y1)
     {
         y1 = y1 < cy ? y1 : cy;
         if (y1 > y0)
             memset(work.plainLines + y0, 0, y1 - y0);
-        takeUp(x0, x1);
     }
 
-    // A column left out as unable to shift may now hold a run to shift: its
-    // scan is taken up. Above the sweep such a column holds no run
-    // that straddles a cell boundary, so its scan never shifted there; only
-    // its last run counts, and what the scan keeps of that run is found from
-    // the 2 rf lines above the sweep, which the row pass has not reached: a
-    // run that began before them is longer than a cell, and stays whatever
-    // its start.
-    void takeUp(DWORD x0, DWORD x1)
-    {
-        if (!wideLines)
-            return;  // snaps run ahead of the sweep only on such surfaces
-        for (DWORD x = x0; x < x1 && x < cx; ++x) {
-            if (work.columnMayShift[x])
-                continue;
-            work.columnMayShift[x] = 1;
-            work.stretchMayShift[x / kStretch] = 1;
-            if (!started)
-                continue;  // begin takes it from the top
-            DWORD y0 = next > lag() ? (DWORD)(next - lag()) : 0;
-            ColumnScan24& scan = work.scans24[x];
-            Line24 column = column24(pso, x);
-            scan.colour = scan.previous = scan.next = column.get(y0);
-            scan.start = scan.pos = y0;
-            scan.cellEnd = ((uint64_t)y0 / rf + 1) * rf;
-            BYTE noShift = 0;
-            if (next > 0)
-                scan.advance(column, cy, next - 1, rf, noShift);
-            putPixel24(work.runColours, x, scan.colour);
-            work.state[2] = 0;
-        }
-    }
 };
 
 void shiftColumnsAndRows(SURFOBJ* pso, ColumnScans work, DWORD cx, DWORD cy, DWORD rf)
@@ -931,7 +966,7 @@ struct MarkedCells {
 // snapWindow on scan lines: the same mark found, but the reading stops as
 // soon as a marked pixel shows the mark touches the window's border or has
 // grown too large to be one dot. A column sweep following the snaps down the
-// surface, if any, is told which columns a snap repainted.
+// surface, if any, is told which lines a snap repainted.
 void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf, ColumnSweep* sweep)
 {
     if (!cells.any(i, j))
@@ -961,7 +996,7 @@ void snapWindowFast(SURFOBJ* pso, MarkedCells& cells, DWORD i, DWORD j, DWORD rf
     snapBox(pso, box, left, top, rf);
     // The moves stay within one pixel of the window, so within the cells around it.
     if (sweep)
-        sweep->repainted(left > 0 ? left - 1 : 0, right + 1, top > 0 ? top - 1 : 0, bottom + 1);
+        sweep->repainted(top > 0 ? top - 1 : 0, bottom + 1);
     cells.refresh(pso, i > 0 ? i - 1 : 0, i + 3 < cells.cellsY ? i + 3 : cells.cellsY, j > 0 ? j - 1 : 0,
                   j + 3 < cells.cellsX ? j + 3 : cells.cellsX, rf);
 }
@@ -1016,9 +1051,10 @@ void logAdjustBraille(SURFOBJ* pso, INT rf) { LogMessage("adjustBraille(pso: 0x%
 // surface is read from memory once and the later passes find its lines in
 // cache. Each does exactly what it does on its own: the snapping windows of
 // cell row i read and write scan lines from i rf - 1 on, and the column sweep
-// at line y writes no further than y + rf - 2, so once the windows of row i
-// are done the sweep may take the lines above i rf. False, with nothing
-// done, when the working memory cannot be had.
+// at line y reads no further than y + rf and writes no further than
+// y + rf - 2, so once the windows of row i are done the sweep may take the
+// lines above i rf. False, with nothing done, when the working memory cannot
+// be had.
 bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
 {
     DWORD cellsX = cx / rf, cellsY = cy / rf;

@@ -53,6 +53,9 @@ inline unsigned equalMask(const BYTE* a, const BYTE* b)
     return (unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(load16(a), load16(b)));
 }
 
+// A bit per byte of 16, set where the byte's top bit is (a mask of 0xFF and 0).
+inline unsigned setMask(const BYTE* p) { return (unsigned)_mm_movemask_epi8(load16(p)); }
+
 // The first byte below n where a and b differ, n when none.
 inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n)
 {
@@ -112,6 +115,14 @@ inline unsigned equalMask(const BYTE* a, const BYTE* b)
     unsigned mask = 0;
     for (unsigned i = 0; i < 16; ++i)
         mask |= (unsigned)(a[i] == b[i]) << i;
+    return mask;
+}
+
+inline unsigned setMask(const BYTE* p)
+{
+    unsigned mask = 0;
+    for (unsigned i = 0; i < 16; ++i)
+        mask |= (unsigned)(p[i] >> 7) << i;
     return mask;
 }
 

@@ -2,15 +2,20 @@
 //
 // The surface is edited in place. The passes work on scan lines: a window of
 // the snapping pass skips cells known to hold no mark and stops reading at the
-// first pixel that rules its mark out, and the run shifts follow each column
-// and row in working memory (columns a tile at a time, so the surface is read
-// in scan-line order) and write back only what they repainted. When that
-// working memory cannot be had, the same rules run pixel by pixel through the
-// surface access functions, with no allocation. Cells are aligned to
-// multiples of rf from the surface's pixel 0; bands start at multiples of rf
-// on the page, so band cells and page cells coincide. Colours compare as
-// exact triples; a colour's brightness is red + green + blue; a pixel is
-// marked when it is not white.
+// first pixel that rules its mark out; the column pass sweeps down the
+// surface a scan line at a time, following only the columns that may hold a
+// run to shift, with the row pass a few lines behind it; and on a 24-bpp
+// surface the snapping runs just ahead of both, so the surface is read from
+// memory once. When their working memory cannot be had, the same rules run
+// pixel by pixel through the surface access functions, with no allocation.
+// A run can only shift where it straddles a cell boundary, which needs the
+// pixels either side of the boundary to be the same colour: most of the
+// speed comes from passing, at one comparison, what cannot shift.
+//
+// Cells are aligned to multiples of rf from the surface's pixel 0; bands
+// start at multiples of rf on the page, so band cells and page cells
+// coincide. Colours compare as exact triples; a colour's brightness is red +
+// green + blue; a pixel is marked when it is not white.
 #include "image/adjust.h"
 
 #include "diag/diag.h"
@@ -531,7 +536,7 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
 
 // A 24-bpp scan line of the sweep, sixteen bytes at a time against the
 // colours of the columns' runs: only the columns whose pixel differs are
-// visited, and stretches without a column that may shift are passed.
+// visited, and stretches without a followed column are passed.
 void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DWORD rf)
 {
     const BYTE* line = scanLine(pso, y);

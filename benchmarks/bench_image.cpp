@@ -16,7 +16,9 @@
 // (a smooth grey and colour gradient), ruled one-pixel lines, small marks
 // straddling cells, solid shapes, and a line of braille in the text markers.
 // The cell grid is the same at every resolution (170 x 220 cells); only the
-// pixels per cell grow.
+// pixels per cell grow. BM_BandGrainy is the same page with grain in the
+// photograph, as a scanned or compressed photograph has: a smooth gradient
+// ends a run every dozen pixels, a grainy one at almost every pixel.
 #include "config/config.h"
 #include "device/xpdv.h"
 #include "image/adjust.h"
@@ -54,7 +56,7 @@ struct Page {
     DWORD rf;
     DWORD cellsAcross, cellsDown;
 
-    explicit Page(int dpi) : rf((DWORD)dpi / 20)
+    explicit Page(int dpi, bool grainy = false) : rf((DWORD)dpi / 20)
     {
         LONG cx = kPageWidthTenthsOfInch * dpi / 10;
         LONG cy = kPageHeightTenthsOfInch * dpi / 10;
@@ -85,7 +87,7 @@ struct Page {
         devobj.pdevOEM = &xpdv;
         devobj.pPublicDM = &devmode;
         so.dhpdev = reinterpret_cast<DHPDEV>(&devobj);
-        draw(dpi);
+        draw(dpi, grainy);
         original = bits;
     }
     ~Page()
@@ -96,19 +98,31 @@ struct Page {
     Page(const Page&) = delete;
     Page& operator=(const Page&) = delete;
 
+    static BYTE level(int v) { return (BYTE)(v < 0 ? 0 : v > 255 ? 255 : v); }
+
     void put(LONG x, LONG y, BYTE r, BYTE g, BYTE b)
     {
         PixelColor c = {r, g, b};
         setSurfacePixel(&so, x, y, &c);
     }
 
-    void draw(int dpi)
+    void draw(int dpi, bool grainy)
     {
         LONG cx = so.sizlBitmap.cx, cy = so.sizlBitmap.cy;
-        // A photograph over the middle third: smooth gradients in grey and colour.
+        // A photograph over the middle third: smooth gradients in grey and
+        // colour, grainy when asked (up to 8 levels either way, the same in
+        // each component, from a fixed pseudo-random sequence).
+        uint32_t seed = 1;
         for (LONG y = cy / 3; y < 2 * cy / 3; ++y)
-            for (LONG x = cx / 8; x < 7 * cx / 8; ++x)
-                put(x, y, (BYTE)(x * 255 / cx), (BYTE)(y * 255 / cy), (BYTE)((x + y) * 127 / (cx + cy) + 64));
+            for (LONG x = cx / 8; x < 7 * cx / 8; ++x) {
+                int grain = 0;
+                if (grainy) {
+                    seed = seed * 1103515245u + 12345u;
+                    grain = (int)(seed >> 16 & 15) - 8;
+                }
+                put(x, y, level((int)(x * 255 / cx) + grain), level((int)(y * 255 / cy) + grain),
+                    level((int)((x + y) * 127 / (cx + cy) + 64) + grain));
+            }
         // Ruled one-pixel lines above it, every tenth of an inch, and small
         // square marks between them that straddle cell boundaries.
         for (LONG y = dpi / 2; y < cy / 3 - dpi / 10; y += dpi / 10) {
@@ -195,9 +209,9 @@ void BM_CellsDithered(benchmark::State& state)
 
 // Rounds of bitmap adjustment, each from the page as drawn (the copy is not
 // timed), followed by the cells and rows when asked.
-void adjustRounds(benchmark::State& state, bool cells)
+void adjustRounds(benchmark::State& state, bool cells, bool grainy = false)
 {
-    Page page((int)state.range(0));
+    Page page((int)state.range(0), grainy);
     for (auto _ : state) {
         state.PauseTiming();
         page.restore();
@@ -216,11 +230,15 @@ void BM_Adjust(benchmark::State& state) { adjustRounds(state, false); }
 // sampling, tone mapping, encoding.
 void BM_Band(benchmark::State& state) { adjustRounds(state, true); }
 
+// The same with a grainy photograph.
+void BM_BandGrainy(benchmark::State& state) { adjustRounds(state, true, true); }
+
 BENCHMARK(BM_Read)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Cells)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CellsDithered)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Adjust)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Band)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BandGrainy)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 
 // The console table, then every figure as a ratio to the read at its resolution.
 class RatioReporter : public benchmark::ConsoleReporter {

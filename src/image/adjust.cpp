@@ -362,33 +362,17 @@ struct ColumnScan24 {
         start = pos = 0;
         cellEnd = rf;
     }
-    // Scans on through pixel limit (up to the column's length n); sets
-    // shifted when a run may have been repainted.
-    void advance(const Line24& column, DWORD n, DWORD limit, DWORD rf, BYTE& shifted)
+    // The run that reaches the bottom edge of the column (n pixels) ends
+    // there, with no pixel after it: its own colour stands for the next.
+    void endAtEdge(const Line24& column, DWORD n, DWORD rf, BYTE& shifted)
     {
-        while (pos <= limit && start < n) {
-            if (pos < n) {
-                uint32_t c = column.get(pos);
-                if (c == colour) {
-                    ++pos;
-                    continue;
-                }
-                next = c;
-            }
-            DWORD resume = pos;
-            if (pos > cellEnd && pos - start <= rf) {
-                resume = shiftRun24(column, start, pos, cellEnd, colour, previous, next, n);
-                shifted = 1;
-            }
-            previous = colour;
-            colour = next;
-            start = pos = resume;
-            if (start >= cellEnd)
-                cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        if (start < n && n > cellEnd && n - start <= rf) {
+            shiftRun24(column, start, n, cellEnd, colour, previous, colour, n);
+            shifted = 1;
         }
     }
-    // advance through pixel y of the column (of n pixels) for the sweep,
-    // when the scan waits at y and the pixel there, already read, is c, not
+    // The sweep's step through pixel y of the column (of n pixels), when the
+    // scan waits at y and the pixel there, already read, is c, not
     // the run's colour: the run ends, shifted if it must be, and c begins
     // the next. The pixels a shift back repaints before y are of c too, so
     // the scan is done with y either way.
@@ -419,6 +403,13 @@ struct ColumnScan24 {
 // reading, unless a column's shift repainted them afterwards; and whether
 // runColours is known to be of one colour. Lines below the sweep found all
 // white, and not repainted since, are kWhiteAhead.
+// What the sweep keeps from one scan line to the next besides its scans.
+struct SweepFlags {
+    BYTE shifted;          // a column's run may have shifted during the scan line
+    BYTE runColoursPlain;  // runColours was of one colour when last looked at
+    BYTE runColoursKnown;  // and has not changed since
+};
+
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
@@ -427,16 +418,16 @@ struct ColumnScans {
     BYTE* stretchFollowed;  // 0 none, 1 some, kAllFollowed every column
     BYTE* followed24;
     BYTE* plainLines;
-    BYTE* state;  // [0]: a shift since the last scan line; [1]: runColours known plain; [2]: that is known
+    SweepFlags* flags;
     static uint64_t bytes(DWORD cx, DWORD cy)
     {
-        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 7) + cx / kStretch + 1 + (uint64_t)cy + 3;
+        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 7) + cx / kStretch + 1 + (uint64_t)cy + sizeof(SweepFlags);
     }
     explicit ColumnScans(void* memory, DWORD cx, DWORD cy)
         : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
           runColours(reinterpret_cast<BYTE*>(scans + cx)), followed(runColours + (size_t)cx * 3),
           stretchFollowed(followed + cx), followed24(stretchFollowed + cx / kStretch + 1),
-          plainLines(followed24 + (size_t)cx * 3), state(plainLines + cy)
+          plainLines(followed24 + (size_t)cx * 3), flags(reinterpret_cast<SweepFlags*>(plainLines + cy))
     {
     }
 };
@@ -530,7 +521,7 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     if (c == scan.colour)
         scan.pos = y + 1;  // the run goes on
     else
-        scan.endAt(column24(pso, x), y, c, cy, rf, work.state[0]);
+        scan.endAt(column24(pso, x), y, c, cy, rf, work.flags->shifted);
     putPixel24(work.runColours, x, scan.colour);
 }
 
@@ -542,11 +533,11 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     const BYTE* line = scanLine(pso, y);
     size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
     auto runColoursPlain = [&]() {
-        if (!work.state[2]) {
-            work.state[1] = sameBytes(work.runColours, work.runColours + 3, bytes - 3);
-            work.state[2] = 1;
+        if (!work.flags->runColoursKnown) {
+            work.flags->runColoursPlain = sameBytes(work.runColours, work.runColours + 3, bytes - 3);
+            work.flags->runColoursKnown = 1;
         }
-        return work.state[1] != 0;
+        return work.flags->runColoursPlain != 0;
     };
     // Paper under runs of paper: nothing to read.
     if (work.plainLines[y] == kWhiteAhead && runColoursPlain() && allWhite(work.runColours, 3)) {
@@ -560,7 +551,7 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
         return;
     }
     work.plainLines[y] = 0;
-    work.state[2] = 0;  // the colours of the runs are about to change
+    work.flags->runColoursKnown = 0;  // the colours of the runs are about to change
     for (size_t stretch = 0; done < bytes; ++stretch) {
         size_t stretchEnd = (stretch + 1) * kStretch * 3;
         stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
@@ -593,9 +584,9 @@ void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE*
 // be white.
 void forgetPlainLines(ColumnScans work, uint64_t y, DWORD cy, DWORD rf)
 {
-    if (!work.state[0])
+    if (!work.flags->shifted)
         return;
-    work.state[0] = 0;
+    work.flags->shifted = 0;
     uint64_t from = y + 1 > 2 * (uint64_t)rf ? y + 1 - 2 * (uint64_t)rf : 0;
     uint64_t to = y + rf < cy ? y + rf : cy;
     if (to > from)
@@ -650,7 +641,7 @@ struct ColumnSweep {
         if (!wideLines)
             findColumnsThatMayShift(pso, work, cx, cy, rf);
         memset(work.plainLines, 0, cy);
-        memset(work.state, 0, 3);
+        *work.flags = SweepFlags{};
     }
 
     void begin()
@@ -718,7 +709,7 @@ struct ColumnSweep {
             scan.cellEnd = (uint64_t)top + rf;
         }
         putPixel24(work.runColours, x, scan.colour);
-        work.state[2] = 0;
+        work.flags->runColoursKnown = 0;
     }
 
     // Sweeps scan lines up to end - 1.
@@ -753,16 +744,12 @@ struct ColumnSweep {
     // The rest of the surface; the runs that reach the bottom edge end there.
     void finish()
     {
-        sweepTo(cy);
-        if (!started)
-            begin();
+        sweepTo(cy);  // cy > 0: the sweep has begun
         for (DWORD x = 0; x < cx; ++x) {
             if (!work.followed[x])
                 continue;
             if (wideLines) {
-                ColumnScan24& scan = work.scans24[x];
-                scan.pos = scan.pos < cy ? cy : scan.pos;
-                scan.advance(column24(pso, x), cy, cy, rf, work.state[0]);
+                work.scans24[x].endAtEdge(column24(pso, x), cy, rf, work.flags->shifted);
                 continue;
             }
             RunScan<SurfaceColumn>& scan = work.scans[x];

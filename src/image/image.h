@@ -60,7 +60,9 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
 // The colours tone mapping sees for count cells of factor x factor pixels side
 // by side, the first at (x, y) of the surface and of the text-marker page at
 // the same resolution: the braille colour where the cell's largest marker is
-// 1, (200, 200, 200) where it is 2, else getSampleColor. At most 256 cells.
+// 1, (200, 200, 200) where it is 2, else getSampleColor. At most
+// kCellsAtOnce cells; callers hold their colours on the stack.
+const DWORD kCellsAtOnce = 256;
 void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
                     PixelColor* colours);
 // The weighted colour of columns x0 .. x1-1 and rows y0 .. y1-1, dark pixels

@@ -27,9 +27,6 @@ const BYTE kMarkerItalic = 2;
 const PixelColor kBrailleColour = {BRAILLE_RED, BRAILLE_GREEN, BRAILLE_BLUE};
 const PixelColor kItalicColour = {200, 200, 200};
 
-// Cells that getCellColours takes at once.
-const DWORD kCellsAtOnce = 256;
-
 // Brightness range of a pixel: red + green + blue.
 const DWORD kBrightest = 765;
 

@@ -45,10 +45,6 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
     pdv->pEmbossPage = nullptr;
 }
 
-// Cells converted together: one stretch of a cell row of the surface, its
-// colours held on the stack.
-const DWORD kCellsAtOnce = 256;
-
 }  // namespace
 
 BOOL APIENTRY OEMStartBanding(SURFOBJ* pso, POINTL* pptl)

@@ -80,10 +80,9 @@ void rowDots(SURFOBJ* pso, const ToneTable* tone, const TextPage* markers, const
             row[x] = cellDot(pso, tone, markers, m, x, y);
         return;
     }
-    const DWORD atOnce = 256;
-    PixelColor colours[atOnce];
-    for (DWORD first = 0; first < m.W; first += atOnce) {
-        DWORD count = m.W - first < atOnce ? m.W - first : atOnce;
+    PixelColor colours[kCellsAtOnce];
+    for (DWORD first = 0; first < m.W; first += kCellsAtOnce) {
+        DWORD count = m.W - first < kCellsAtOnce ? m.W - first : kCellsAtOnce;
         getCellColours(pso, markers, first * m.rf + m.offsetX, y * m.rf + m.offsetY, m.rf, count, colours);
         for (DWORD i = 0; i < count; ++i)
             row[first + i] = (BYTE)ToneTable_dotHeight(tone, first + i, y, &colours[i]);

@@ -28,17 +28,24 @@ struct Copy {
     }
 };
 
+// Adjusts the surface and a copy of it, the fast way and the straightforward
+// way, and compares their bytes.
+void adjustsLikeTheReference(Surface& s, int rf, int round)
+{
+    Copy expected(s);
+    reference::adjustBitMap(&expected.so, rf);
+    adjustBitMap(&s.so, rf);
+    ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", format " << s.so.iBitmapFormat
+                                     << ", " << s.so.sizlBitmap.cx << " x " << s.so.sizlBitmap.cy;
+}
+
 TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
 {
     RandomSurfaces random(14);
     for (int round = 0; round < 6000; ++round) {
         int rf = random.below(14) - 1;
         Surface s = random.make(rf);
-        Copy expected(s);
-        reference::adjustBitMap(&expected.so, rf);
-        adjustBitMap(&s.so, rf);
-        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", format " << s.so.iBitmapFormat
-                                         << ", " << s.so.sizlBitmap.cx << " x " << s.so.sizlBitmap.cy;
+        ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
     }
 }
 
@@ -70,10 +77,7 @@ TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
             else
                 RandomSurfaces::fill(s, x, y, random.below(rf + 2) + 1, random.below(rf + 2) + 1, random.colour());
         }
-        Copy expected(s);
-        reference::adjustBitMap(&expected.so, rf);
-        adjustBitMap(&s.so, rf);
-        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+        ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
     }
 }
 
@@ -109,10 +113,7 @@ TEST(CrossCheck, BitmapAdjustmentMatchesWhereSnapsLeadToShifts)
                         s.set(x, y, inks[random.below(4)]);
             }
         }
-        Copy expected(s);
-        reference::adjustBitMap(&expected.so, rf);
-        adjustBitMap(&s.so, rf);
-        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+        ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
     }
 }
 

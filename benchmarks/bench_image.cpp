@@ -19,6 +19,7 @@
 // pixels per cell grow. BM_BandGrainy is the same page with grain in the
 // photograph, as a scanned or compressed photograph has: a smooth gradient
 // ends a run every dozen pixels, a grainy one at almost every pixel.
+// BM_BandDrawing is the page without its photograph.
 #include "config/config.h"
 #include "device/xpdv.h"
 #include "image/adjust.h"
@@ -42,6 +43,9 @@ namespace {
 const int kPageWidthTenthsOfInch = 85;   // 8.5 in
 const int kPageHeightTenthsOfInch = 110;  // 11 in
 
+// The photograph on the page: a smooth gradient, the same with grain, or none.
+enum class Photo { smooth, grainy, none };
+
 // A 24-bpp page surface over its own buffer, with the device chain the band
 // conversion finds it through: devmode (resolution), device record, markers,
 // page of dot values and configuration.
@@ -56,7 +60,7 @@ struct Page {
     DWORD rf;
     DWORD cellsAcross, cellsDown;
 
-    explicit Page(int dpi, bool grainy = false) : rf((DWORD)dpi / 20)
+    explicit Page(int dpi, Photo photo = Photo::smooth) : rf((DWORD)dpi / 20)
     {
         LONG cx = kPageWidthTenthsOfInch * dpi / 10;
         LONG cy = kPageHeightTenthsOfInch * dpi / 10;
@@ -87,7 +91,7 @@ struct Page {
         devobj.pdevOEM = &xpdv;
         devobj.pPublicDM = &devmode;
         so.dhpdev = reinterpret_cast<DHPDEV>(&devobj);
-        draw(dpi, grainy);
+        draw(dpi, photo);
         original = bits;
     }
     ~Page()
@@ -106,14 +110,15 @@ struct Page {
         setSurfacePixel(&so, x, y, &c);
     }
 
-    void draw(int dpi, bool grainy)
+    void draw(int dpi, Photo photo)
     {
         LONG cx = so.sizlBitmap.cx, cy = so.sizlBitmap.cy;
+        bool grainy = photo == Photo::grainy;
         // A photograph over the middle third: smooth gradients in grey and
         // colour, grainy when asked (up to 8 levels either way, the same in
         // each component, from a fixed pseudo-random sequence).
         uint32_t seed = 1;
-        for (LONG y = cy / 3; y < 2 * cy / 3; ++y)
+        for (LONG y = cy / 3; y < 2 * cy / 3 && photo != Photo::none; ++y)
             for (LONG x = cx / 8; x < 7 * cx / 8; ++x) {
                 int grain = 0;
                 if (grainy) {
@@ -209,9 +214,9 @@ void BM_CellsDithered(benchmark::State& state)
 
 // Rounds of bitmap adjustment, each from the page as drawn (the copy is not
 // timed), followed by the cells and rows when asked.
-void adjustRounds(benchmark::State& state, bool cells, bool grainy = false)
+void adjustRounds(benchmark::State& state, bool cells, Photo photo = Photo::smooth)
 {
-    Page page((int)state.range(0), grainy);
+    Page page((int)state.range(0), photo);
     for (auto _ : state) {
         state.PauseTiming();
         page.restore();
@@ -231,7 +236,11 @@ void BM_Adjust(benchmark::State& state) { adjustRounds(state, false); }
 void BM_Band(benchmark::State& state) { adjustRounds(state, true); }
 
 // The same with a grainy photograph.
-void BM_BandGrainy(benchmark::State& state) { adjustRounds(state, true, true); }
+void BM_BandGrainy(benchmark::State& state) { adjustRounds(state, true, Photo::grainy); }
+
+// The same page without the photograph: drawing, shapes and braille, as most
+// embossed pages are.
+void BM_BandDrawing(benchmark::State& state) { adjustRounds(state, true, Photo::none); }
 
 BENCHMARK(BM_Read)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Cells)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
@@ -239,6 +248,7 @@ BENCHMARK(BM_CellsDithered)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMill
 BENCHMARK(BM_Adjust)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Band)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BandGrainy)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BandDrawing)->Arg(100)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
 
 // The console table, then every figure as a ratio to the read at its resolution.
 class RatioReporter : public benchmark::ConsoleReporter {

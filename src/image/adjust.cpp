@@ -621,12 +621,31 @@ struct ColumnSweep {
     DWORD cx, cy, rf;
     bool wideLines;
     bool started;
-    DWORD next;  // the next scan line to sweep
+    DWORD next;           // the next scan line to sweep
+    CellColours* cells;   // cell rows to sample behind the row pass, if any
+    DWORD sampled;        // cell rows sampled
 
-    ColumnSweep(SURFOBJ* surface, ColumnScans memory, DWORD width, DWORD height, DWORD factor)
+    ColumnSweep(SURFOBJ* surface, ColumnScans memory, DWORD width, DWORD height, DWORD factor,
+                CellColours* colours = nullptr)
         : pso(surface), work(memory), cx(width), cy(height), rf(factor),
-          wideLines(surface->iBitmapFormat == BMF_24BPP && (size_t)width * 3 >= 16), started(false), next(0)
+          wideLines(surface->iBitmapFormat == BMF_24BPP && (size_t)width * 3 >= 16), started(false), next(0),
+          cells(colours), sampled(0)
     {
+    }
+
+    // Once the row pass is done with scan lines up to done - 1, nothing
+    // changes them any more: the cell rows they complete are sampled.
+    void sample(DWORD done)
+    {
+        if (!cells)
+            return;
+        for (; sampled < cells->down && ((uint64_t)sampled + 1) * rf <= done; ++sampled) {
+            PixelColor* row = cells->colours + (size_t)sampled * cells->across;
+            for (DWORD first = 0; first < cells->across; first += kCellsAtOnce) {
+                DWORD count = cells->across - first < kCellsAtOnce ? cells->across - first : kCellsAtOnce;
+                getCellColours(pso, cells->markers, first * rf, sampled * rf, rf, count, row + first);
+            }
+        }
     }
 
     // A shift repaints at most 2 rf - 1 pixels behind the end of its run, so
@@ -736,8 +755,10 @@ struct ColumnSweep {
                         sweepStretch(pso, work, x0, x1, y, cy, rf);
                 }
             }
-            if (y >= lag())
+            if (y >= lag()) {
                 shiftRows(pso, cx, (DWORD)(y - lag()), (DWORD)(y - lag() + 1), rf, work.plainLines);
+                sample((DWORD)(y - lag() + 1));
+            }
         }
     }
 
@@ -758,6 +779,7 @@ struct ColumnSweep {
         }
         forgetPlainLines(work, cy, cy, rf);
         shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines);
+        sample(cy);
     }
 
     // A snap repainted scan lines y0 .. y1 - 1, below the sweep: what was
@@ -1047,34 +1069,46 @@ void logAdjustBraille(SURFOBJ* pso, INT rf) { LogMessage("adjustBraille(pso: 0x%
 // y + rf - 2, so once the windows of row i are done the sweep may take the
 // lines above i rf. False, with nothing done, when the working memory cannot
 // be had.
-bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf)
+//
+// With cells given, each cell row is sampled as soon as the row pass is done
+// with its lines, and cells->taken set at the end.
+bool adjustInOneSweep(SURFOBJ* pso, DWORD cx, DWORD cy, DWORD rf, CellColours* cells)
 {
     DWORD cellsX = cx / rf, cellsY = cy / rf;
-    MarkedCells cells = {static_cast<BYTE*>(workMemory((uint64_t)cellsX * cellsY)), cellsX, cellsY};
-    void* memory = cells.flags ? workMemory(ColumnScans::bytes(cx, cy)) : nullptr;
+    MarkedCells marked = {static_cast<BYTE*>(workMemory((uint64_t)cellsX * cellsY)), cellsX, cellsY};
+    void* memory = marked.flags ? workMemory(ColumnScans::bytes(cx, cy)) : nullptr;
     if (!memory) {
-        if (cells.flags)
-            myfree(cells.flags);
+        if (marked.flags)
+            myfree(marked.flags);
         return false;
     }
     logAdjustBraille(pso, (INT)rf);
     LogMessage(kWidthLine, pso->sizlBitmap.cx, pso->sizlBitmap.cy);
     LogMessage(kColumnPassLine);
     LogMessage(kRowPassLine);
-    ColumnSweep sweep(pso, ColumnScans(memory, cx, cy), cx, cy, rf);
+    ColumnSweep sweep(pso, ColumnScans(memory, cx, cy), cx, cy, rf, cells);
     sweep.prepare();  // before any snap: the snaps tell the sweep what they repaint
     DWORD found = 0;  // cell rows whose marked cells are known
     for (DWORD i = 0; i + 1 < cellsY; ++i) {
         for (; found < i + 2; ++found)
-            cells.findRow24(pso, found, rf, sweep.work.plainLines, (size_t)cx * 3);
+            marked.findRow24(pso, found, rf, sweep.work.plainLines, (size_t)cx * 3);
         for (DWORD j = 0; j + 1 < cellsX; ++j)
-            snapWindowFast(pso, cells, i, j, rf, &sweep);
+            snapWindowFast(pso, marked, i, j, rf, &sweep);
         sweep.sweepTo(i * rf);
     }
     sweep.finish();
+    if (cells)
+        cells->taken = TRUE;
     myfree(memory);
-    myfree(cells.flags);
+    myfree(marked.flags);
     return true;
+}
+
+// Whether cells is a grid of colours for whole cells of a cx x cy surface.
+bool sameGrid(const CellColours* cells, DWORD cx, DWORD cy, INT rf)
+{
+    return cells && cells->colours && rf >= 1 && cells->rf == (DWORD)rf && cells->across <= cx / (DWORD)rf &&
+           cells->down <= cy / (DWORD)rf;
 }
 
 }  // namespace
@@ -1102,15 +1136,21 @@ void adjustBraille(SURFOBJ* pso, INT rf)
     snapAll(pso, cellsX, cellsY, (DWORD)rf);
 }
 
-void adjustBitMap(SURFOBJ* pso, INT rf)
+void adjustBitMap(SURFOBJ* pso, INT rf) { adjustBitMapSampling(pso, rf, nullptr); }
+
+// The colours are taken only where the one sweep runs, and only when the
+// caller's grid is the surface's.
+void adjustBitMapSampling(SURFOBJ* pso, INT rf, CellColours* cells)
 {
     LogMessage("adjustBitMap(pso: 0x%X, rf: %d)\n", px_low32(pso), rf);
+    if (cells)
+        cells->taken = FALSE;
     if (!pso || !pso->pvScan0)
         return;
     DWORD cx = widthOf(pso), cy = heightOf(pso);
     // The usual surface, in one sweep; anything else pass after pass.
     if (rf >= 1 && pso->iBitmapFormat == BMF_24BPP && (size_t)cx * 3 >= 16 && cx / (DWORD)rf >= 2 &&
-        cy / (DWORD)rf >= 2 && adjustInOneSweep(pso, cx, cy, (DWORD)rf)) {
+        cy / (DWORD)rf >= 2 && adjustInOneSweep(pso, cx, cy, (DWORD)rf, sameGrid(cells, cx, cy, rf) ? cells : nullptr)) {
         LogMessage("End of adjustBitmap()\n");
         return;
     }

@@ -14,6 +14,23 @@
 // most of them lie. A surface without bits is left alone.
 void adjustBitMap(SURFOBJ* pso, INT rf);
 
+// The colours getCellColours gives a surface's whole cells, taken by the
+// adjustment as it finishes each cell row: its scan lines are then still in
+// cache, and the band conversion need not read the surface from memory again.
+struct CellColours {
+    const TextPage* markers;  // the text markers at the surface's resolution
+    DWORD rf;                 // pixels on a cell's side
+    DWORD across, down;       // the cells from the surface's top left, at most cx / rf by cy / rf
+    PixelColor* colours;      // across x down, row after row
+    BOOL taken;               // every cell's colour is in colours
+};
+
+// adjustBitMap, which also fills cells (all but taken set by the caller)
+// when it can do so on the way; cells->taken says whether it did. Sampling
+// paints the cells' ink white, as getCellColours does. Any change to the
+// surface or the markers afterwards makes the colours stale.
+void adjustBitMapSampling(SURFOBJ* pso, INT rf, CellColours* cells);
+
 // Snaps marks of at most rf + 1 pixels each way that sit alone in a window
 // of 2 x 2 cells into one cell column and one cell row.
 void adjustBraille(SURFOBJ* pso, INT rf);

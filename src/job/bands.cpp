@@ -17,6 +17,9 @@
 #include "page/geometry.h"
 #include "page/textpage.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace {
 
 // The public devmode's copies; one when there is no devmode.
@@ -43,6 +46,56 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
     LogMessage(" releasing pages\n");
     TextPage_delete(pdv->pEmbossPage);
     pdv->pEmbossPage = nullptr;
+}
+
+// WriteBandToPage, with the colours of the surface's whole cells taken
+// already where cells says so: the same colours getCellColours gives.
+void writeBand(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height, INT type, const CellColours* cells)
+{
+    XPDV* pdv = XPDV_fromSurface(pso);
+    LogMessage("WriteBandToPage(pso:%p, pPage:%p, yOffset:%d, width:%d, height:%d type:%d)\n", pso, pPage, yOffset,
+               width, height, type);
+    LogMessage("\tpTextPage:0x%X\n", px_low32(pdv ? pdv->pTextPage : nullptr));
+    // Without a page, markers or settings the band is skipped, not written through null.
+    if (!pdv || !pPage || !pdv->pTextPage || !pdv->pConfig)
+        return;
+    DWORD f = (DWORD)getResolutionFactor(pso);
+    const TextPage* markers = pdv->pTextPage;
+    if (cells && !cells->taken)
+        cells = nullptr;
+    Config* config = pdv->pConfig;
+    ToneTable tone;
+    ToneTable_init(&tone, config);
+    bool landscape = pdv->bLandscape != 0;
+    bool turnedRight = config->LandscapeMode != 0;
+    // The band is read a cell row of the surface at a time: a row of the page
+    // in portrait, a column of it in landscape.
+    DWORD rows = (DWORD)(landscape ? width : height), across = (DWORD)(landscape ? height : width);
+    if (width <= 0 || height <= 0)
+        return;
+    PixelColor colours[kCellsAtOnce];
+    for (DWORD row = 0; row < rows; ++row) {
+        for (DWORD first = 0; first < across; first += kCellsAtOnce) {
+            DWORD count = across - first < kCellsAtOnce ? across - first : kCellsAtOnce;
+            DWORD taken = 0;  // of the cells' colours, from the grid
+            if (cells && row < cells->down && first < cells->across) {
+                taken = cells->across - first < count ? cells->across - first : count;
+                memcpy(colours, cells->colours + (size_t)row * cells->across + first, taken * sizeof(PixelColor));
+            }
+            if (taken < count)
+                getCellColours(pso, markers, (first + taken) * f, row * f, f, count - taken, colours + taken);
+            for (DWORD n = 0; n < count; ++n) {
+                DWORD i = landscape ? row : first + n, j = landscape ? first + n : row;
+                DWORD tx = i, ty = (DWORD)yOffset + j;
+                INT dot = ToneTable_dotHeight(&tone, tx, ty, &colours[n]);
+                if (landscape && turnedRight)
+                    tx = pPage->width - 1 - i;
+                else if (landscape)
+                    ty = pPage->height - 1 - ((DWORD)yOffset + j);
+                TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -83,8 +136,7 @@ BOOL APIENTRY OEMNextBand(SURFOBJ* pso, POINTL* pptl)
         INT length = pdv->bandIncrementX;
         if (pdv->bandPosition.x + length > pdv->gdiPaperHeight)
             length = pdv->gdiPaperHeight - pdv->bandPosition.x;
-        adjustBitMap(pso, rf);
-        WriteBandToPage(pso, pdv->pEmbossPage, pdv->bandPosition.x / rf, pdv->gdiPaperWidth / rf, length / rf, 2);
+        convertBand(pso, rf, pdv->bandPosition.x / rf, pdv->gdiPaperWidth / rf, length / rf);
         pdv->bandPosition.x += pdv->bandIncrementX;
         complete = pdv->bandPosition.x >= pdv->gdiPaperHeight || pdv->bandIncrementX <= 0;
         if (!complete)
@@ -94,8 +146,7 @@ BOOL APIENTRY OEMNextBand(SURFOBJ* pso, POINTL* pptl)
         if (pdv->bandPosition.y + length > pdv->gdiPaperHeight)
             length = pdv->gdiPaperHeight - pdv->bandPosition.y;
         LogMessage("OEMNextBand(): bandWidth=%u, bandHeight=%u\n", pdv->gdiPaperWidth, length);
-        adjustBitMap(pso, rf);
-        WriteBandToPage(pso, pdv->pEmbossPage, pdv->bandPosition.y / rf, pdv->gdiPaperWidth / rf, length / rf, 2);
+        convertBand(pso, rf, pdv->bandPosition.y / rf, pdv->gdiPaperWidth / rf, length / rf);
         pdv->bandPosition.y += pdv->bandIncrementY;
         pdv->bandPosition.x += pdv->bandIncrementX;
         complete = pdv->bandPosition.y >= pdv->gdiPaperHeight || pdv->bandIncrementY <= 0;
@@ -115,40 +166,40 @@ BOOL APIENTRY OEMNextBand(SURFOBJ* pso, POINTL* pptl)
 
 void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height, INT type)
 {
-    XPDV* pdv = XPDV_fromSurface(pso);
-    LogMessage("WriteBandToPage(pso:%p, pPage:%p, yOffset:%d, width:%d, height:%d type:%d)\n", pso, pPage, yOffset,
-               width, height, type);
-    LogMessage("\tpTextPage:0x%X\n", px_low32(pdv ? pdv->pTextPage : nullptr));
-    // Without a page, markers or settings the band is skipped, not written through null.
-    if (!pdv || !pPage || !pdv->pTextPage || !pdv->pConfig)
-        return;
-    DWORD f = (DWORD)getResolutionFactor(pso);
-    const TextPage* markers = pdv->pTextPage;
-    Config* config = pdv->pConfig;
-    ToneTable tone;
-    ToneTable_init(&tone, config);
-    bool landscape = pdv->bLandscape != 0;
-    bool turnedRight = config->LandscapeMode != 0;
-    // The band is read a cell row of the surface at a time: a row of the page
-    // in portrait, a column of it in landscape.
-    DWORD rows = (DWORD)(landscape ? width : height), across = (DWORD)(landscape ? height : width);
-    if (width <= 0 || height <= 0)
-        return;
-    PixelColor colours[kCellsAtOnce];
-    for (DWORD row = 0; row < rows; ++row) {
-        for (DWORD first = 0; first < across; first += kCellsAtOnce) {
-            DWORD count = across - first < kCellsAtOnce ? across - first : kCellsAtOnce;
-            getCellColours(pso, markers, first * f, row * f, f, count, colours);
-            for (DWORD n = 0; n < count; ++n) {
-                DWORD i = landscape ? row : first + n, j = landscape ? first + n : row;
-                DWORD tx = i, ty = (DWORD)yOffset + j;
-                INT dot = ToneTable_dotHeight(&tone, tx, ty, &colours[n]);
-                if (landscape && turnedRight)
-                    tx = pPage->width - 1 - i;
-                else if (landscape)
-                    ty = pPage->height - 1 - ((DWORD)yOffset + j);
-                TextPage_setPixel(pPage, tx, ty, (BYTE)dot);
-            }
-        }
-    }
+    writeBand(pso, pPage, yOffset, width, height, type, nullptr);
 }
+
+// The colours are taken during the adjustment only for the cells writeBand
+// then reads (the same factor, the same markers, no more rows or columns),
+// because sampling paints a cell's ink white. Without memory for them the
+// band is converted all the same, reading the cells from the surface.
+void convertBand(SURFOBJ* pso, INT rf, INT yOffset, INT width, INT height)
+{
+    XPDV* pdv = XPDV_fromSurface(pso);
+    if (!pdv) {
+        adjustBitMap(pso, rf);
+        WriteBandToPage(pso, nullptr, yOffset, width, height, 2);
+        return;
+    }
+    CellColours cells = {};
+    const DEVMODEW* dm = reinterpret_cast<PDEVOBJ>(pso->dhpdev)->pPublicDM;
+    bool read = pdv->pEmbossPage && pdv->pTextPage && pdv->pConfig && width > 0 && height > 0 && rf >= 1 &&
+                resolutionFactorOf(dm) == rf && pso->sizlBitmap.cx > 0 && pso->sizlBitmap.cy > 0;
+    if (read) {
+        // The surface's cell rows and columns, as writeBand walks them.
+        DWORD rows = (DWORD)(pdv->bLandscape ? width : height), across = (DWORD)(pdv->bLandscape ? height : width);
+        DWORD wholeAcross = (DWORD)pso->sizlBitmap.cx / (DWORD)rf, wholeDown = (DWORD)pso->sizlBitmap.cy / (DWORD)rf;
+        cells.markers = pdv->pTextPage;
+        cells.rf = (DWORD)rf;
+        cells.across = across < wholeAcross ? across : wholeAcross;
+        cells.down = rows < wholeDown ? rows : wholeDown;
+        uint64_t bytes = (uint64_t)cells.across * cells.down * sizeof(PixelColor);
+        if (bytes > 0 && bytes <= UINT32_MAX)
+            cells.colours = static_cast<PixelColor*>(mymalloc((DWORD)bytes));
+    }
+    adjustBitMapSampling(pso, rf, cells.colours ? &cells : nullptr);
+    writeBand(pso, pdv->pEmbossPage, yOffset, width, height, 2, &cells);
+    if (cells.colours)
+        myfree(cells.colours);
+}
+

@@ -20,6 +20,10 @@ BOOL APIENTRY OEMEndDoc(SURFOBJ* pso, FLONG fl);
 // Converts height page rows of width cells, from page row yOffset on, out of
 // the band surface into pPage. type is logged only.
 void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height, INT type);
+// A drawn band into the device's page of dot values: adjustBitMap, then
+// WriteBandToPage (type 2), with the cells' colours taken during the
+// adjustment while the band's lines are still in cache.
+void convertBand(SURFOBJ* pso, INT rf, INT yOffset, INT width, INT height);
 // Encodes a finished page of dot values and appends it, with blank pages
 // around it where asked, to the page store.
 void StorePageToBuffer(SURFOBJ* pso, TextPage* pPage);

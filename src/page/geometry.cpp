@@ -18,14 +18,6 @@ namespace {
 // The driver's device object behind a surface, or null.
 PDEVOBJ deviceOf(SURFOBJ* pso) { return pso ? reinterpret_cast<PDEVOBJ>(pso->dhpdev) : nullptr; }
 
-// rf from a device mode: the horizontal print quality over 20, truncated
-// toward zero; 0 (qualities -19 ... 19, the DMRES_ codes among them) gives
-// the fallback. Without a device mode there is no quality either.
-INT resolutionFactorOf(const DEVMODEW* pDevMode)
-{
-    INT rf = pDevMode ? pDevMode->dmPrintQuality / 20 : 0;
-    return rf == 0 ? FALLBACK_RF : rf;
-}
 
 // The geometry is 32-bit signed arithmetic that wraps as the machine's does;
 // these keep a wrap on absurd device modes from being undefined behaviour.
@@ -136,6 +128,15 @@ bool paperFromForm(HANDLE hPrinter, const DEVMODEW* dm, PaperDimension* dimensio
 }
 
 }  // namespace
+
+// rf from a device mode: the horizontal print quality over 20, truncated
+// toward zero; 0 (qualities -19 ... 19, the DMRES_ codes among them) gives
+// the fallback. Without a device mode there is no quality either.
+INT resolutionFactorOf(const DEVMODEW* pDevMode)
+{
+    INT rf = pDevMode ? pDevMode->dmPrintQuality / 20 : 0;
+    return rf == 0 ? FALLBACK_RF : rf;
+}
 
 INT getResolutionFactor(SURFOBJ* pso)
 {

@@ -22,6 +22,8 @@ struct PaperDimension {
 
 // Device pixels per embossing cell for the job's print quality.
 INT getResolutionFactor(SURFOBJ* pso);
+// The same for a device mode (null: none), without the log line.
+INT resolutionFactorOf(const DEVMODEW* pDevMode);
 
 // Fills the device record's paper geometry (gdiPaperWidth/Height,
 // embossPageWidth/Height, bLandscape, rf) from the job's device mode. Always TRUE.

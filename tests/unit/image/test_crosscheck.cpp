@@ -3,6 +3,7 @@
 #include "reference.h"
 
 #include "image/adjust.h"
+#include "job/job.h"
 #include "page/textpage.h"
 
 #include <gtest/gtest.h>
@@ -114,6 +115,65 @@ TEST(CrossCheck, BitmapAdjustmentMatchesWhereSnapsLeadToShifts)
             }
         }
         ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
+    }
+}
+
+// A drawn band converted in one go, the cells sampled during the adjustment,
+// against the adjustment and then the cells read from the surface: the same
+// page of dot values and the same surface afterwards (the ink of the cells
+// read, and only of those, painted white). Bands of any size against the
+// surface, portrait and both landscape turns, markers, every format, and a
+// resolution in the device mode that disagrees with the band's now and then.
+TEST(CrossCheck, BandConversionMatchesAdjustmentThenCells)
+{
+    RandomSurfaces random(61);
+    for (int round = 0; round < 2500; ++round) {
+        int rf = random.below(12) + (random.below(30) ? 1 : -1);
+        Surface s = random.make(rf);
+        if (round % 10 == 0) {  // a page-sized picture: the sweep's every stretch and lag
+            s = Surface(random.below(200) + 40, random.below(100) + 40, BMF_24BPP, random.below(5), false);
+            int step = random.below(8) + 1;
+            for (LONG y = 0; y < s.so.sizlBitmap.cy; ++y)
+                for (LONG x = 0; x < s.so.sizlBitmap.cx; ++x)
+                    s.set(x, y, PixelColor{(BYTE)(x / step * 9), (BYTE)(y / step * 7), (BYTE)((x + y) / 5 * 3)});
+            for (int n = random.below(30); n > 0; --n)
+                RandomSurfaces::fill(s, random.below(s.so.sizlBitmap.cx), random.below(s.so.sizlBitmap.cy),
+                                     random.below(6) + 1, random.below(6) + 1, random.colour());
+        }
+        DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
+        imagetest::Device device((DWORD)random.below(7), &s.so);
+        DEVMODEW devmode{};
+        devmode.dmPrintQuality = (short)(random.below(8) ? rf * 20 : random.below(200));
+        device.devobj.pPublicDM = &devmode;
+        device.config.dithering = random.below(2);
+        device.config.LandscapeMode = random.below(2);
+        device.xpdv.bLandscape = random.below(3) == 0;
+        device.xpdv.pTextPage = TextPage_new(cx, cy, TEXTPAGE_TYPE_ZERO);
+        for (int n = random.below(3) ? random.below(6) : 0; n > 0; --n) {
+            DWORD x = (DWORD)random.below((int)cx), y = (DWORD)random.below((int)cy), value = random.below(3) + 1;
+            for (DWORD j = y; j < y + 3; ++j)
+                for (DWORD i = x; i < x + 3; ++i)
+                    TextPage_setPixel(device.xpdv.pTextPage, i, j, (BYTE)value);
+        }
+        DWORD cells = rf > 0 ? cx / (DWORD)rf + 2 : 4, rows = rf > 0 ? cy / (DWORD)rf + 2 : 4;
+        INT width = random.below((int)cells + 1), height = random.below((int)rows + 1), yOffset = random.below(3);
+        if (device.xpdv.bLandscape)
+            std::swap(width, height);  // a landscape band's cell rows run across the page
+        TextPage* want = TextPage_new(cells + rows + 4, cells + rows + 4, TEXTPAGE_TYPE_ZERO);
+        TextPage* got = TextPage_new(cells + rows + 4, cells + rows + 4, TEXTPAGE_TYPE_ZERO);
+        Copy expected(s);
+        device.xpdv.pEmbossPage = want;
+        adjustBitMap(&expected.so, rf);
+        WriteBandToPage(&expected.so, want, yOffset, width, height, 2);
+        device.xpdv.pEmbossPage = got;
+        convertBand(&s.so, rf, yOffset, width, height);
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ", rf " << rf << ", " << cx << " x " << cy;
+        ASSERT_EQ(0, memcmp(got->m_Image, want->m_Image, (size_t)got->width * got->height))
+            << "round " << round << ", rf " << rf << ", " << cx << " x " << cy << ", band " << width << " x "
+            << height;
+        TextPage_delete(want);
+        TextPage_delete(got);
+        TextPage_delete(device.xpdv.pTextPage);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "device_fixture.h"
 
 #include "diag/diag.h"
-#include "image/adjust.h"
 #include "job/job.h"
 #include "output/stream.h"
 #include "testkit.h"
@@ -49,8 +48,8 @@ Footprint runPage(unsigned cx, unsigned cy, DWORD level)
     fillPage(device, cx, cy);
     TextPage* dots = TextPage_new(cx / kRf, cy / kRf, TEXTPAGE_TYPE_ZERO);
     gDebugLevel = level;
-    adjustBitMap(&device.surface, kRf);
-    WriteBandToPage(&device.surface, dots, 0, (INT)(cx / kRf), (INT)(cy / kRf), 2);
+    device.record.pEmbossPage = dots;
+    convertBand(&device.surface, kRf, 0, (INT)(cx / kRf), (INT)(cy / kRf));
     WritePage(&device.surface, 0, 0, FALSE, nullptr, TRUE);
     gDebugLevel = 0;
     TextPage_delete(dots);

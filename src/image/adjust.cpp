@@ -311,6 +311,9 @@ inline void putPixel24(BYTE* line, DWORD x, uint32_t c)
     p[2] = (BYTE)(c >> 16);
 }
 
+// The ink colour, in either byte order.
+inline bool isInk24(uint32_t c) { return c == 0x070605 || c == 0x050607; }
+
 inline uint32_t brightness24(uint32_t c) { return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16); }
 
 // A column or a row of a 24-bpp surface: pixel i lies step bytes after pixel i - 1.
@@ -634,16 +637,27 @@ struct ColumnSweep {
     }
 
     // Once the row pass is done with scan lines up to done - 1, nothing
-    // changes them any more: the cell rows they complete are sampled.
+    // changes them any more: the cell rows they complete are sampled. A cell
+    // row on lines the sweep found plain, all of one colour, is paper or the
+    // inside of a shape, and its pixels are not read again.
     void sample(DWORD done)
     {
         if (!cells)
             return;
         for (; sampled < cells->down && ((uint64_t)sampled + 1) * rf <= done; ++sampled) {
             PixelColor* row = cells->colours + (size_t)sampled * cells->across;
+            DWORD top = sampled * rf;
+            uint32_t c = pixel24(scanLine(pso, top), 0);
+            bool plain = wideLines && !isInk24(c);
+            for (DWORD y = top; y < top + rf && plain; ++y)
+                plain = work.plainLines[y] == kPlain && pixel24(scanLine(pso, y), 0) == c;
+            PixelColor colour = {(BYTE)c, (BYTE)(c >> 8), (BYTE)(c >> 16)};
             for (DWORD first = 0; first < cells->across; first += kCellsAtOnce) {
                 DWORD count = cells->across - first < kCellsAtOnce ? cells->across - first : kCellsAtOnce;
-                getCellColours(pso, cells->markers, first * rf, sampled * rf, rf, count, row + first);
+                if (plain)
+                    getPlainCellColours(cells->markers, first * rf, top, rf, count, &colour, row + first);
+                else
+                    getCellColours(pso, cells->markers, first * rf, top, rf, count, row + first);
             }
         }
     }

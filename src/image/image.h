@@ -65,6 +65,10 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
 const DWORD kCellsAtOnce = 256;
 void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
                     PixelColor* colours);
+// The same for cells known to lie inside the surface on scan lines that are
+// all of one colour, not ink: their pixels are not read.
+void getPlainCellColours(const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
+                         const PixelColor* colour, PixelColor* colours);
 // The weighted colour of columns x0 .. x1-1 and rows y0 .. y1-1, dark pixels
 // weighing up to ThinLineIntensity x factor times as much as light ones. Ink
 // pixels are painted white on the surface first. A cell reaching past the

@@ -385,22 +385,44 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
     }
 }
 
-// A strip without markers, the usual case, is passed by one look at its bytes.
+namespace {
+
+// The cells among count (at most kCellsAtOnce) whose largest marker stands
+// for a colour take it, and are noted in marked. A strip without markers,
+// the usual case, is passed by one look at its bytes.
+void colourMarkedCells(const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count, PixelColor* colours,
+                       BYTE* marked)
+{
+    if ((uint64_t)count * factor <= UINT32_MAX && TextPage_isClear(markers, x, y, count * factor, factor))
+        return;
+    for (DWORD i = 0; i < count; ++i) {
+        BYTE m = TextPage_getMax(markers, x + i * factor, y, factor, factor);
+        if (m == kMarkerBraille)
+            colours[i] = kBrailleColour;
+        else if (m == kMarkerItalic)
+            colours[i] = kItalicColour;
+        marked[i] = m == kMarkerBraille || m == kMarkerItalic;
+    }
+}
+
+}  // namespace
+
 void getCellColours(SURFOBJ* pso, const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
                     PixelColor* colours)
 {
     BYTE marked[kCellsAtOnce] = {};
     count = count < kCellsAtOnce ? count : kCellsAtOnce;
-    bool clear = (uint64_t)count * factor <= UINT32_MAX && TextPage_isClear(markers, x, y, count * factor, factor);
-    if (!clear) {
-        for (DWORD i = 0; i < count; ++i) {
-            BYTE m = TextPage_getMax(markers, x + i * factor, y, factor, factor);
-            if (m == kMarkerBraille)
-                colours[i] = kBrailleColour;
-            else if (m == kMarkerItalic)
-                colours[i] = kItalicColour;
-            marked[i] = m == kMarkerBraille || m == kMarkerItalic;
-        }
-    }
+    colourMarkedCells(markers, x, y, factor, count, colours, marked);
     getSampleRow(pso, x, y, factor, count, marked, colours);
+}
+
+void getPlainCellColours(const TextPage* markers, DWORD x, DWORD y, DWORD factor, DWORD count,
+                         const PixelColor* colour, PixelColor* colours)
+{
+    BYTE marked[kCellsAtOnce] = {};
+    count = count < kCellsAtOnce ? count : kCellsAtOnce;
+    colourMarkedCells(markers, x, y, factor, count, colours, marked);
+    for (DWORD i = 0; i < count; ++i)
+        if (!marked[i])
+            colours[i] = *colour;
 }

@@ -122,8 +122,9 @@ TEST(CrossCheck, BitmapAdjustmentMatchesWhereSnapsLeadToShifts)
 // against the adjustment and then the cells read from the surface: the same
 // page of dot values and the same surface afterwards (the ink of the cells
 // read, and only of those, painted white). Bands of any size against the
-// surface, portrait and both landscape turns, markers, every format, and a
-// resolution in the device mode that disagrees with the band's now and then.
+// surface, portrait and both landscape turns, markers, every format, stripes
+// of one colour across (ink among them), and a resolution in the device mode
+// that disagrees with the band's now and then.
 TEST(CrossCheck, BandConversionMatchesAdjustmentThenCells)
 {
     RandomSurfaces random(61);
@@ -139,6 +140,14 @@ TEST(CrossCheck, BandConversionMatchesAdjustmentThenCells)
             for (int n = random.below(30); n > 0; --n)
                 RandomSurfaces::fill(s, random.below(s.so.sizlBitmap.cx), random.below(s.so.sizlBitmap.cy),
                                      random.below(6) + 1, random.below(6) + 1, random.colour());
+        }
+        if (round % 10 == 5 && rf > 0) {  // stripes across: plain scan lines, ink among their colours
+            s = Surface(random.below(60) + 6, random.below(60) + 2 * rf, BMF_24BPP, random.below(5), false);
+            for (LONG y = 0, h; y < s.so.sizlBitmap.cy; y += h) {
+                h = random.below(2 * rf) + 1;
+                PixelColor c = random.below(3) ? random.colour() : imagetest::kInk;
+                RandomSurfaces::fill(s, 0, y, s.so.sizlBitmap.cx, h, random.below(4) ? c : imagetest::kWhite);
+            }
         }
         DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
         imagetest::Device device((DWORD)random.below(7), &s.so);

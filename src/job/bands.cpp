@@ -22,10 +22,13 @@
 
 namespace {
 
+// The job's public devmode, or null.
+const DEVMODEW* publicDevmode(SURFOBJ* pso) { return reinterpret_cast<PDEVOBJ>(pso->dhpdev)->pPublicDM; }
+
 // The public devmode's copies; one when there is no devmode.
 INT copiesOf(SURFOBJ* pso)
 {
-    const DEVMODEW* dm = reinterpret_cast<PDEVOBJ>(pso->dhpdev)->pPublicDM;
+    const DEVMODEW* dm = publicDevmode(pso);
     return dm ? dm->dmCopies : 1;
 }
 
@@ -182,9 +185,8 @@ void convertBand(SURFOBJ* pso, INT rf, INT yOffset, INT width, INT height)
         return;
     }
     CellColours cells = {};
-    const DEVMODEW* dm = reinterpret_cast<PDEVOBJ>(pso->dhpdev)->pPublicDM;
     bool read = pdv->pEmbossPage && pdv->pTextPage && pdv->pConfig && width > 0 && height > 0 && rf >= 1 &&
-                resolutionFactorOf(dm) == rf && pso->sizlBitmap.cx > 0 && pso->sizlBitmap.cy > 0;
+                resolutionFactorOf(publicDevmode(pso)) == rf && pso->sizlBitmap.cx > 0 && pso->sizlBitmap.cy > 0;
     if (read) {
         // The surface's cell rows and columns, as writeBand walks them.
         DWORD rows = (DWORD)(pdv->bLandscape ? width : height), across = (DWORD)(pdv->bLandscape ? height : width);

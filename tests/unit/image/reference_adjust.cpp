@@ -1,228 +1,151 @@
-// The straightforward bitmap adjustment, pixel by pixel through the surface
-// access functions, kept as the reference the fast passes must match byte
-// for byte.
+// The bitmap adjustment read literally, kept as the reference the fast passes
+// must match byte for byte: the surface as a grid of colours, each rule
+// applied pixel by pixel, and the pixels that changed written back.
 #include "reference.h"
 
-#include "image/adjust.h"
-
+#include <algorithm>
+#include <climits>
 #include <cstdint>
+#include <vector>
 
 namespace reference {
 
-
 namespace {
 
-const PixelColor kWhite = {255, 255, 255};
+// Colours as 0xRRGGBB.
+constexpr uint32_t kWhite = 0xFFFFFF;
 
-bool sameColour(const PixelColor& a, const PixelColor& b)
-{
-    return a.red == b.red && a.green == b.green && a.blue == b.blue;
-}
+uint32_t pack(const PixelColor& c) { return (uint32_t)c.red << 16 | c.green << 8 | c.blue; }
+PixelColor unpack(uint32_t v) { return PixelColor{(BYTE)(v >> 16), (BYTE)(v >> 8), (BYTE)v}; }
+int brightness(uint32_t v) { return (v >> 16) + (v >> 8 & 0xFF) + (v & 0xFF); }
 
-bool marked(const PixelColor& c) { return c.red != 255 || c.green != 255 || c.blue != 255; }
+// A picture, row-major. Off the picture reads white and takes no writes.
+struct Grid {
+    int cx, cy;
+    std::vector<uint32_t> px;
 
-int brightness(const PixelColor& c) { return c.red + c.green + c.blue; }
-
-// The surface's width and height; a negative size is an empty surface.
-DWORD widthOf(const SURFOBJ* pso) { return pso->sizlBitmap.cx > 0 ? (DWORD)pso->sizlBitmap.cx : 0; }
-DWORD heightOf(const SURFOBJ* pso) { return pso->sizlBitmap.cy > 0 ? (DWORD)pso->sizlBitmap.cy : 0; }
-
-// Pixel access in signed coordinates, for the snapping moves, which may push
-// part of a mark past an edge: a pixel off the surface reads white and takes
-// no writes.
-PixelColor readPixel(SURFOBJ* pso, int64_t x, int64_t y)
-{
-    PixelColor c = kWhite;
-    if (x >= 0 && x < (int64_t)widthOf(pso) && y >= 0)
-        getSurfacePixel(pso, (DWORD)x, y > UINT32_MAX ? UINT32_MAX : (DWORD)y, &c, heightOf(pso));
-    return c;
-}
-
-void writePixel(SURFOBJ* pso, int64_t x, int64_t y, const PixelColor& c)
-{
-    if (x >= 0 && x <= INT32_MAX && y >= 0 && y <= INT32_MAX)
-        setSurfacePixel(pso, (LONG)x, (LONG)y, &c);
-}
-
-// The marked pixels of one snapping window, as a box (inclusive bounds).
-struct Box {
-    int64_t minX, maxX, minY, maxY;
-};
-
-// Moves the box d pixels along one axis (x, or y when vertical), copying from
-// the end it moves towards so that no pixel is overwritten before it is read;
-// the lines of the box it leaves become white.
-void moveBox(SURFOBJ* pso, Box& box, int64_t d, bool vertical)
-{
-    int64_t& lo = vertical ? box.minY : box.minX;
-    int64_t& hi = vertical ? box.maxY : box.maxX;
-    const int64_t acrossLo = vertical ? box.minX : box.minY, acrossHi = vertical ? box.maxX : box.maxY;
-    auto read = [&](int64_t along, int64_t across) {
-        return vertical ? readPixel(pso, across, along) : readPixel(pso, along, across);
-    };
-    auto write = [&](int64_t along, int64_t across, const PixelColor& c) {
-        if (vertical)
-            writePixel(pso, across, along, c);
-        else
-            writePixel(pso, along, across, c);
-    };
-    int64_t first = d > 0 ? hi : lo, step = d > 0 ? -1 : 1;
-    for (int64_t a = first; a >= lo && a <= hi; a += step)
-        for (int64_t c = acrossLo; c <= acrossHi; ++c)
-            write(a + d, c, read(a, c));
-    int64_t clearFrom = d > 0 ? lo : hi + d + 1, clearTo = d > 0 ? lo + d - 1 : hi;
-    for (int64_t a = clearFrom < lo ? lo : clearFrom; a <= clearTo && a <= hi; ++a)
-        for (int64_t c = acrossLo; c <= acrossHi; ++c)
-            write(a, c, kWhite);
-    lo += d;
-    hi += d;
-}
-
-// How far a box that straddles the cell boundary at lo + rf moves: towards
-// the side holding more of it, forward on a tie. Negative is back.
-int64_t snapDistance(int64_t lo, int64_t hi, int64_t cellStart, int64_t rf)
-{
-    int64_t a = cellStart + rf - lo;      // its pixels in the first cell
-    int64_t b = hi - (cellStart + rf) + 1;  // its pixels in the second
-    return b < a ? -b : a;
-}
-
-// Snaps the one small mark in the 2 x 2 cell window at (left, top), if the
-// window holds one that keeps clear of the window's border.
-void snapWindow(SURFOBJ* pso, int64_t left, int64_t top, int64_t rf)
-{
-    int64_t right = left + 2 * rf, bottom = top + 2 * rf;  // exclusive
-    Box box = {right, left - 1, bottom, top - 1};
-    for (int64_t y = top; y < bottom; ++y) {
-        for (int64_t x = left; x < right; ++x) {
-            if (!marked(readPixel(pso, x, y)))
-                continue;
-            box.minX = x < box.minX ? x : box.minX;
-            box.maxX = x > box.maxX ? x : box.maxX;
-            box.minY = y < box.minY ? y : box.minY;
-            box.maxY = y > box.maxY ? y : box.maxY;
-        }
-    }
-    if (box.maxX < box.minX)
-        return;  // nothing marked
-    if (box.maxX - box.minX > rf || box.maxY - box.minY > rf)
-        return;  // too large to be one dot
-    if (box.minX <= left || box.minY <= top || box.maxX >= right - 1 || box.maxY >= bottom - 1)
-        return;  // touches the window's border: part of something larger, or another window's business
-    if (box.minX / rf != box.maxX / rf)
-        moveBox(pso, box, snapDistance(box.minX, box.maxX, left, rf), false);
-    if (box.minY / rf != box.maxY / rf)
-        moveBox(pso, box, snapDistance(box.minY, box.maxY, top, rf), true);
-}
-
-// A column or a row of the surface as one line of pixels.
-struct Column {
-    SURFOBJ* pso;
-    DWORD x;
-    PixelColor get(DWORD y) const
+    Grid(int w, int h) : cx(w), cy(h), px((size_t)w * h, kWhite) {}
+    uint32_t get(int x, int y) const { return x >= 0 && y >= 0 && x < cx && y < cy ? px[(size_t)y * cx + x] : kWhite; }
+    // Columns x0 ... x1 - 1, rows y0 ... y1 - 1.
+    Grid& fill(int x0, int y0, int x1, int y1, uint32_t c)
     {
-        PixelColor c;
-        getSurfacePixel(pso, x, y, &c, heightOf(pso));
-        return c;
+        for (int y = std::max(y0, 0); y < std::min(y1, cy); ++y)
+            for (int x = std::max(x0, 0); x < std::min(x1, cx); ++x)
+                px[(size_t)y * cx + x] = c;
+        return *this;
     }
-    void set(DWORD y, const PixelColor& c) const { writePixel(pso, x, y, c); }
+    Grid transposed() const
+    {
+        Grid t(cy, cx);
+        for (int y = 0; y < cy; ++y)
+            for (int x = 0; x < cx; ++x)
+                t.px[(size_t)x * cy + y] = px[(size_t)y * cx + x];
+        return t;
+    }
 };
 
-struct Row {
-    SURFOBJ* pso;
-    DWORD y;
-    PixelColor get(DWORD x) const { return readPixel(pso, x, y); }
-    void set(DWORD x, const PixelColor& c) const { writePixel(pso, x, y, c); }
-};
-
-template <typename Line>
-DWORD shiftRun(const Line& line, const PixelRun& run, DWORD lineLength, DWORD rf)
+// Each 2 x 2 cell window in turn, seeing the picture as the windows before it
+// left it: the box around a mark of at most rf + 1 pixels each way, clear of
+// the window's border, moves to the side of each cell boundary it straddles
+// that holds more of it, forward on a tie; first across, then the box where
+// it now is, up or down.
+void snap(Grid& g, int rf)
 {
-    if (run.start / rf == run.end / rf)
-        return run.end + 1;  // within one cell (an empty run may also land here)
-    if (run.inFirst <= run.length / 2) {
-        // Forward by inFirst, to start at the next cell boundary, unless that
-        // would advance a lighter run over a darker one.
-        if (brightness(run.colour) >= brightness(run.previous))
-            return run.end + 1;
-        for (DWORD i = 0; i < run.inFirst; ++i)
-            line.set(run.start + i, run.previous);
-        for (DWORD i = 1; i <= run.inFirst && (uint64_t)run.end + i < lineLength; ++i)
-            line.set(run.end + i, run.colour);
-        uint64_t resume = (uint64_t)run.end + run.inFirst + 1;
-        return resume < lineLength ? (DWORD)resume : lineLength;
-    }
-    // Back by the pixels over the boundary, to end where its first cell ends.
-    DWORD over = run.length - run.inFirst;
-    if (brightness(run.colour) >= brightness(run.next))
-        return run.end + 1;
-    for (DWORD i = 1; i <= over; ++i)
-        line.set(run.start - i, run.colour);
-    for (DWORD i = 0; i < over; ++i)
-        line.set(run.end - i, run.next);
-    return run.end - over + 1;  // the repainted pixels begin the following run
+    for (int top = 0; top + 2 * rf <= g.cy / rf * rf; top += rf)
+        for (int left = 0; left + 2 * rf <= g.cx / rf * rf; left += rf) {
+            int x0 = INT_MAX, x1 = -1, y0 = INT_MAX, y1 = -1;
+            for (int y = top; y < top + 2 * rf; ++y)
+                for (int x = left; x < left + 2 * rf; ++x)
+                    if (g.get(x, y) != kWhite) {
+                        x0 = std::min(x0, x);
+                        x1 = std::max(x1, x);
+                        y0 = std::min(y0, y);
+                        y1 = std::max(y1, y);
+                    }
+            bool clear = x0 > left && y0 > top && x1 < left + 2 * rf - 1 && y1 < top + 2 * rf - 1;
+            if (x1 < 0 || x1 - x0 > rf || y1 - y0 > rf || !clear)
+                continue;
+            auto distance = [&](int lo, int hi, int start) {
+                int inFirst = start + rf - lo, inSecond = hi - (start + rf) + 1;
+                return lo / rf == hi / rf ? 0 : inSecond < inFirst ? -inSecond : inFirst;
+            };
+            // The box, whatever it holds, white where it leaves.
+            auto move = [&](int dx, int dy) {
+                std::vector<uint32_t> lifted;
+                for (int y = y0; y <= y1; ++y)
+                    for (int x = x0; x <= x1; ++x)
+                        lifted.push_back(g.get(x, y));
+                g.fill(x0, y0, x1 + 1, y1 + 1, kWhite);
+                size_t i = 0;
+                for (int y = y0; y <= y1; ++y)
+                    for (int x = x0; x <= x1; ++x)
+                        g.fill(x + dx, y + dy, x + dx + 1, y + dy + 1, lifted[i++]);
+                x0 += dx;
+                x1 += dx;
+                y0 += dy;
+                y1 += dy;
+            };
+            move(distance(x0, x1, left), 0);
+            move(0, distance(y0, y1, top));
+        }
 }
 
-// Follows the runs of one line from its start, shifting every run of at
-// most rf pixels that straddles a cell boundary.
-template <typename Line>
-void shiftLine(const Line& line, DWORD lineLength, DWORD rf)
+// The runs of column x from the top: a run of at most rf pixels across a cell
+// boundary moves forward by its pixels in the first cell (at most half of it)
+// onto a lighter run before, else back by the rest onto a lighter run after;
+// the scan goes on where it ends, with the colour that ended it.
+void shiftColumn(Grid& g, int x, int rf)
 {
-    if (lineLength == 0)
-        return;
-    PixelRun run;
-    run.colour = line.get(0);
-    run.previous = run.next = run.colour;
-    DWORD start = 0;
-    while (start < lineLength) {
-        run.start = start;
-        run.inFirst = 0;
-        DWORD cell = start / rf, pos = start;
-        for (; pos < lineLength; ++pos) {
-            PixelColor c = line.get(pos);
-            if (!sameColour(c, run.colour)) {
-                run.next = c;
-                break;
-            }
-            run.inFirst += pos / rf == cell;
+    uint32_t colour = g.get(x, 0), previous = colour, next = colour;
+    for (int start = 0; start < g.cy; previous = colour, colour = next) {
+        int end = start, inFirst = 0;  // end: one past the run
+        for (; end < g.cy && g.get(x, end) == colour; ++end)
+            inFirst += end / rf == start / rf;
+        next = end < g.cy ? g.get(x, end) : next;
+        int length = end - start, over = length - inFirst;
+        bool straddles = length <= rf && start / rf != (end - 1) / rf;
+        if (straddles && inFirst <= length / 2 && brightness(colour) < brightness(previous)) {
+            g.fill(x, start, x + 1, start + inFirst, previous).fill(x, end, x + 1, end + inFirst, colour);
+            start = std::min(end + inFirst, g.cy);
+        } else if (straddles && inFirst > length / 2 && brightness(colour) < brightness(next)) {
+            g.fill(x, start - over, x + 1, start, colour).fill(x, end - over, x + 1, end, next);
+            start = end - over;
+        } else {
+            start = end;
         }
-        run.end = pos - 1;
-        run.length = pos - start;
-        start = run.length > rf ? run.end + 1 : shiftRun(line, run, lineLength, rf);
-        run.previous = run.colour;
-        run.colour = run.next;
     }
 }
 
 }  // namespace
 
-// A resolution factor below 1 describes no cell grid; there is nothing to
-// snap to, and the surface is left as it is.
-void adjustBraille(SURFOBJ* pso, INT rf)
-{
-    if (!pso || rf < 1)
-        return;
-    DWORD cellsX = widthOf(pso) / (DWORD)rf, cellsY = heightOf(pso) / (DWORD)rf;
-    if (cellsX < 2 || cellsY < 2)
-        return;
-    // Each window sees the surface as the windows before it left it.
-    for (DWORD i = 0; i + 1 < cellsY; ++i)
-        for (DWORD j = 0; j + 1 < cellsX; ++j)
-            snapWindow(pso, (int64_t)j * rf, (int64_t)i * rf, rf);
-}
-
+// Snapping, then every column, then every row. A resolution factor below 1
+// describes no cell grid, and a surface without bits has nothing to move.
 void adjustBitMap(SURFOBJ* pso, INT rf)
 {
-    if (!pso || !pso->pvScan0)
+    if (!pso || !pso->pvScan0 || rf < 1)
         return;
-    reference::adjustBraille(pso, rf);
-    DWORD cx = widthOf(pso), cy = heightOf(pso);
-    if (rf >= 1)
-        for (DWORD x = 0; x < cx; ++x)
-            shiftLine(Column{pso, x}, cy, (DWORD)rf);
-    if (rf >= 1)
-        for (DWORD y = 0; y < cy; ++y)
-            shiftLine(Row{pso, y}, cx, (DWORD)rf);
+    int cx = std::max<LONG>(pso->sizlBitmap.cx, 0), cy = std::max<LONG>(pso->sizlBitmap.cy, 0);
+    Grid g(cx, cy);
+    for (int y = 0; y < cy; ++y)
+        for (int x = 0; x < cx; ++x) {
+            PixelColor c;
+            getSurfacePixel(pso, (DWORD)x, (DWORD)y, &c, (DWORD)cy);
+            g.px[(size_t)y * cx + x] = pack(c);
+        }
+    const Grid before = g;
+    snap(g, rf);
+    for (int x = 0; x < g.cx; ++x)
+        shiftColumn(g, x, rf);
+    g = g.transposed();
+    for (int y = 0; y < g.cx; ++y)
+        shiftColumn(g, y, rf);
+    g = g.transposed();
+    for (int y = 0; y < cy; ++y)
+        for (int x = 0; x < cx; ++x)
+            if (g.get(x, y) != before.get(x, y)) {
+                PixelColor c = unpack(g.get(x, y));
+                setSurfacePixel(pso, x, y, &c);
+            }
 }
 
 }  // namespace reference

@@ -58,6 +58,32 @@ struct RandomSurfaces {
         return s;
     }
 
+    // A page-sized picture, drawn as pages are: smooth gradients whose runs
+    // are a few pixels long either way (so most runs straddle a cell boundary
+    // and many shift), some of them grainy (runs of a pixel or two, a few
+    // joining pixels across a boundary), paper, ruled lines and small marks.
+    Surface picture(LONG cx, LONG cy, int rf)
+    {
+        Surface s(cx, cy, BMF_24BPP, below(5), below(2) == 0);
+        int xStep = below(12) + 1, yStep = below(12) + 1, diagonal = below(40) + 5;
+        int grain = below(2) ? 1 : below(4) + 2;
+        for (LONG y = 0; y < cy; ++y)
+            for (LONG x = 0; x < cx; ++x) {
+                BYTE noise = (BYTE)below(grain);
+                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7 + noise), (BYTE)(y / yStep * 5 + noise),
+                                       (BYTE)((x + y) / diagonal * 3 + noise)});
+            }
+        fill(s, below(cx), 0, below(cx / 2) + 1, cy, kWhite);
+        int side = rf > 0 ? rf : 4;
+        for (int n = below(20); n > 0; --n) {
+            if (below(2))
+                fill(s, 0, below(cy), cx, below(2) + 1, kBlack);
+            else
+                fill(s, below(cx), below(cy), below(side + 2) + 1, below(side + 2) + 1, colour());
+        }
+        return s;
+    }
+
     static void fill(Surface& s, LONG x0, LONG y0, LONG w, LONG h, const PixelColor& c)
     {
         for (LONG y = y0; y < y0 + h && y < s.so.sizlBitmap.cy; ++y)

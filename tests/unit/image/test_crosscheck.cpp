@@ -18,7 +18,8 @@ namespace {
 using imagetest::RandomSurfaces;
 using imagetest::Surface;
 
-// A copy of a surface over its own bytes, at the same place in them (or none).
+// A copy of a surface over its own bytes, at the same place in them (or
+// none), on the same device.
 struct Copy {
     std::vector<BYTE> bits;
     SURFOBJ so;
@@ -50,34 +51,12 @@ TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
     }
 }
 
-// Pages wider than the sweep's stretches and taller than its lag behind the
-// row pass, drawn as pages are: smooth gradients whose runs are a few pixels
-// long either way (so most runs straddle a cell boundary and many shift),
-// some of them grainy (runs of a pixel or two, a few joining pixels across a
-// boundary), paper, ruled lines and small marks.
 TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
 {
     RandomSurfaces random(77);
     for (int round = 0; round < 120; ++round) {
         int rf = random.below(15) + 2;
-        LONG cx = random.below(260) + 40, cy = random.below(120) + 40;
-        Surface s(cx, cy, BMF_24BPP, random.below(5), random.below(2) == 0);
-        int xStep = random.below(12) + 1, yStep = random.below(12) + 1, diagonal = random.below(40) + 5;
-        int grain = random.below(2) ? 1 : random.below(4) + 2;
-        for (LONG y = 0; y < cy; ++y)
-            for (LONG x = 0; x < cx; ++x) {
-                BYTE noise = (BYTE)random.below(grain);
-                s.set(x, y, PixelColor{(BYTE)(x / xStep * 7 + noise), (BYTE)(y / yStep * 5 + noise),
-                                       (BYTE)((x + y) / diagonal * 3 + noise)});
-            }
-        RandomSurfaces::fill(s, random.below(cx), 0, random.below(cx / 2) + 1, cy, imagetest::kWhite);
-        for (int n = random.below(20); n > 0; --n) {
-            LONG x = random.below(cx), y = random.below(cy);
-            if (random.below(2))
-                RandomSurfaces::fill(s, 0, y, cx, random.below(2) + 1, imagetest::kBlack);
-            else
-                RandomSurfaces::fill(s, x, y, random.below(rf + 2) + 1, random.below(rf + 2) + 1, random.colour());
-        }
+        Surface s = random.picture(random.below(260) + 40, random.below(120) + 40, rf);
         ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
     }
 }
@@ -131,16 +110,8 @@ TEST(CrossCheck, BandConversionMatchesAdjustmentThenCells)
     for (int round = 0; round < 2500; ++round) {
         int rf = random.below(12) + (random.below(30) ? 1 : -1);
         Surface s = random.make(rf);
-        if (round % 10 == 0) {  // a page-sized picture: the sweep's every stretch and lag
-            s = Surface(random.below(200) + 40, random.below(100) + 40, BMF_24BPP, random.below(5), false);
-            int step = random.below(8) + 1;
-            for (LONG y = 0; y < s.so.sizlBitmap.cy; ++y)
-                for (LONG x = 0; x < s.so.sizlBitmap.cx; ++x)
-                    s.set(x, y, PixelColor{(BYTE)(x / step * 9), (BYTE)(y / step * 7), (BYTE)((x + y) / 5 * 3)});
-            for (int n = random.below(30); n > 0; --n)
-                RandomSurfaces::fill(s, random.below(s.so.sizlBitmap.cx), random.below(s.so.sizlBitmap.cy),
-                                     random.below(6) + 1, random.below(6) + 1, random.colour());
-        }
+        if (round % 10 == 0)  // a page-sized picture: the sweep's every stretch and lag
+            s = random.picture(random.below(200) + 40, random.below(100) + 40, rf);
         if (round % 10 == 5 && rf > 0) {  // stripes across: plain scan lines, ink among their colours
             s = Surface(random.below(60) + 6, random.below(60) + 2 * rf, BMF_24BPP, random.below(5), false);
             for (LONG y = 0, h; y < s.so.sizlBitmap.cy; y += h) {
@@ -198,9 +169,8 @@ TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
         Surface s = random.make((int)factor);
         if (random.below(20) == 0)
             s.so.pvScan0 = nullptr;
-        Copy expected(s);
         imagetest::Device device(intensities[random.below(9)], &s.so);
-        expected.so.dhpdev = s.so.dhpdev;
+        Copy expected(s);
         DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
         for (DWORD y = 0; y < cy + factor; y += factor)
             for (DWORD x = 0; x < cx + factor; x += factor) {
@@ -210,6 +180,54 @@ TEST(CrossCheck, AreaSamplingMatchesThePixelByPixelSums)
                 ASSERT_EQ(got, want) << "round " << round << ", cell at " << x << ", " << y << ", factor " << factor;
             }
         ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
+// Single areas anywhere, uneven and empty ones too, on colours a step or two
+// from one base (quotients next to whole numbers) among the page's colours;
+// now and then large cells and factors, whose sums pass 64 bits.
+TEST(CrossCheck, AreaColourMatchesOnUnevenAreasAndLargeCells)
+{
+    RandomSurfaces random(20240611);
+    std::mt19937& rng = random.rng;
+    const PixelColor palette[] = {imagetest::kWhite, imagetest::kBlack, imagetest::kInk, imagetest::kInkReversed,
+                                  {200, 200, 200}, {0, 0, 1}};
+    const DWORD thinLines[] = {0, 1, 2, 6, 1000, 0xFFFFFFFFu};
+    for (int round = 0; round < 3000; ++round) {
+        bool large = round % 50 == 0;
+        LONG cx = 1 + rng() % (large ? 200 : 40), cy = 1 + rng() % (large ? 200 : 40);
+        Surface s(cx, cy, round % 4 ? (ULONG)BMF_24BPP : (ULONG)BMF_1BPP, round % 3);
+        PixelColor base = {(BYTE)rng(), (BYTE)rng(), (BYTE)rng()};
+        DWORD spread = rng() % 2 ? 3 : 256;
+        for (LONG y = 0; y < cy; ++y)
+            for (LONG x = 0; x < cx; ++x)
+                s.set(x, y,
+                      rng() % 3 == 0 ? palette[rng() % 6]
+                                     : PixelColor{(BYTE)(base.red + rng() % spread),
+                                                  (BYTE)(base.green + rng() % spread),
+                                                  (BYTE)(base.blue + rng() % spread)});
+        DWORD factor = 1 + rng() % (large ? 200 : 16), thinLine = thinLines[rng() % 6];
+        DWORD x0 = rng() % (cx + 2), y0 = rng() % (cy + 2), x1 = x0 + factor, y1 = y0 + factor;
+        if (rng() % 4 == 0) {
+            x1 = x0 + rng() % 8;
+            y1 = y0 + rng() % 8;
+        }
+        if (large && rng() % 2) {  // a whole large cell at the heaviest weighting
+            factor = 1 + rng() % (DWORD)std::min(cx, cy);
+            thinLine = 0xFFFFFFFFu;
+            x0 = rng() % (cx - factor + 1);
+            y0 = rng() % (cy - factor + 1);
+            x1 = x0 + factor;
+            y1 = y0 + factor;
+        }
+        imagetest::Device device(thinLine, &s.so);
+        Copy expected(s);
+        PixelColor got, want;
+        reference::getAreaColor(&expected.so, x0, y0, x1, y1, &want, factor);
+        getAreaColor(&s.so, x0, y0, x1, y1, &got, factor);
+        ASSERT_EQ(got, want) << "round " << round << ": (" << x0 << ", " << y0 << ")-(" << x1 << ", " << y1 << ") of "
+                             << cx << " x " << cy << ", factor " << factor << ", ThinLineIntensity " << thinLine;
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round << ": ink painted white inside the cell only";
     }
 }
 
@@ -234,9 +252,8 @@ TEST(CrossCheck, CellRowsMatchCellByCellSampling)
                        stride);
         if (random.below(20) == 0)
             s.so.pvScan0 = nullptr;
-        Copy expected(s);
         imagetest::Device device(intensities[random.below(4)], &s.so);
-        expected.so.dhpdev = s.so.dhpdev;
+        Copy expected(s);
         for (DWORD y = (DWORD)random.below((int)factor); y < (DWORD)cy + factor; y += factor) {
             DWORD x = (DWORD)random.below(cx + 1), count = (DWORD)random.below(cx / (LONG)factor + 3) + 1;
             std::vector<BYTE> skip(count);
@@ -278,9 +295,8 @@ TEST(CrossCheck, MarkedCellRowsMatchCellByCellColours)
         for (int n = random.below(4) ? random.below(8) : 0; n > 0; --n)
             TextPage_setPixel(markers, (DWORD)random.below((int)cx), (DWORD)random.below((int)cy),
                               values[random.below(3)]);
-        Copy expected(s);
         imagetest::Device device(1, &s.so);
-        expected.so.dhpdev = s.so.dhpdev;
+        Copy expected(s);
         for (DWORD y = 0; y < cy + factor; y += factor) {
             DWORD count = cx / factor + 2;
             std::vector<PixelColor> got(count);

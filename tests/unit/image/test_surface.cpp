@@ -1,9 +1,6 @@
 // Surface pixel access and the weighted cell colour.
 #include "image_fixture.h"
 
-#include <algorithm>
-#include <random>
-
 using namespace imagetest;
 
 namespace {
@@ -74,68 +71,6 @@ TEST(SampleColor, ThinLineEqualBrightnessAndSinglePixels)
         s.set(1, 1, kInk);
         getSampleColor(&s.so, 1, 1, 1, &got);
         EXPECT_EQ(got, kInk) << "factor 1 reads the pixel as it is";
-    }
-}
-
-// The cell colour read literally: ink whitened, each pixel weighed k (max - s) + (s - min), sums in 128 bits.
-PixelColor slowAreaColor(Surface& s, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWORD factor, DWORD thinLine)
-{
-    __extension__ typedef unsigned __int128 U128;
-    DWORD cx = (DWORD)s.so.sizlBitmap.cx, cy = (DWORD)s.so.sizlBitmap.cy;
-    if (x0 > cx || x1 > cx || y0 > cy || y1 > cy)
-        return kWhite;  // a cell reaching past the bitmap is paper
-    auto sum = [](PixelColor c) { return (U128)c.red + c.green + c.blue; };
-    U128 lo = 765, hi = 0, k = std::max<U128>((U128)thinLine * factor, 1), w = 0, r = 0, g = 0, b = 0;
-    std::vector<PixelColor> cell;
-    for (DWORD y = y0; y < y1; ++y)
-        for (DWORD x = x0; x < x1; ++x) {
-            if (s.get(x, y) == kInk || s.get(x, y) == kInkReversed)
-                s.set((LONG)x, (LONG)y, kWhite);
-            cell.push_back(s.get(x, y));
-            lo = std::min(lo, sum(cell.back())), hi = std::max(hi, sum(cell.back()));
-        }
-    if (lo >= hi)  // all equally bright, or no pixels
-        return cell.empty() ? kWhite : cell.back();
-    for (PixelColor c : cell) {
-        U128 weight = k * (hi - sum(c)) + (sum(c) - lo);
-        w += weight, r += c.red * weight, g += c.green * weight, b += c.blue * weight;
-    }
-    return PixelColor{(BYTE)(r / w), (BYTE)(g / w), (BYTE)(b / w)};
-}
-
-// Colours a step apart put quotients next to whole numbers; large cells and factors, sums past 64 bits.
-TEST(AreaColorCrossCheck, MatchesTheLiteralWeighting)
-{
-    std::mt19937 rng(20240611);
-    const PixelColor palette[] = {kWhite, kBlack, kInk, kInkReversed, {200, 200, 200}, {0, 0, 1}};
-    const DWORD thinLines[] = {0, 1, 2, 6, 1000, 0xFFFFFFFFu};
-    for (int round = 0; round < 3000; ++round) {
-        bool large = round % 50 == 0;
-        LONG cx = 1 + rng() % (large ? 200 : 40), cy = 1 + rng() % (large ? 200 : 40);
-        ULONG format = round % 4 ? (ULONG)BMF_24BPP : (ULONG)BMF_1BPP;
-        Surface fast(cx, cy, format, round % 3), slow(cx, cy, format, round % 3);
-        // Random colours, or colours a step or two from one base, among the page colours.
-        PixelColor base = {(BYTE)rng(), (BYTE)rng(), (BYTE)rng()};
-        DWORD spread = rng() % 2 ? 3 : 256;
-        for (LONG y = 0; y < cy; ++y)
-            for (LONG x = 0; x < cx; ++x) {
-                PixelColor c = rng() % 3 == 0 ? palette[rng() % 6]
-                                              : PixelColor{(BYTE)(base.red + rng() % spread),
-                                                           (BYTE)(base.green + rng() % spread),
-                                                           (BYTE)(base.blue + rng() % spread)};
-                fast.set(x, y, c), slow.set(x, y, c);
-            }
-        DWORD factor = 1 + rng() % (large ? 200 : 16), thinLine = thinLines[rng() % 6];
-        DWORD x0 = rng() % (cx + 2), y0 = rng() % (cy + 2), x1 = x0 + factor, y1 = y0 + factor;
-        if (rng() % 4 == 0)
-            x1 = x0 + rng() % 8, y1 = y0 + rng() % 8;  // uneven and empty areas
-        Device device(thinLine, &fast.so);
-        PixelColor got;
-        getAreaColor(&fast.so, x0, y0, x1, y1, &got, factor);
-        ASSERT_EQ(got, slowAreaColor(slow, x0, y0, x1, y1, factor, thinLine))
-            << "round " << round << ": (" << x0 << ", " << y0 << ")-(" << x1 << ", " << y1 << ") of " << cx
-            << " x " << cy << ", factor " << factor << ", ThinLineIntensity " << thinLine;
-        ASSERT_EQ(fast.bits, slow.bits) << "round " << round << ": ink painted white inside the cell only";
     }
 }
 

@@ -345,32 +345,37 @@ TEST(CrossCheck, ToneTableMatchesGetDotHeight)
     }
 }
 
-// The marker maximum and the clear test against the plain largest byte, on pages of sparse
-// markers, areas of every width from 1 to 40 (inside the page: an area
-// reaching outside reads 255 whatever the bytes).
+// The marker maximum and the clear test against the plain largest byte, an
+// outside position counting as 255: pages of sparse markers, as text leaves
+// them, and now and then dense ones; areas of every width from 0 to 40, most
+// inside the page, some reaching past its right or bottom edge. An empty
+// area reads 0, and neither it nor one reaching outside is clear.
 TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
 {
     RandomSurfaces random(3);
+    const BYTE values[] = {1, 2, 3, 254, 255};
     for (int round = 0; round < 300; ++round) {
-        DWORD width = (DWORD)random.below(90) + 41, height = (DWORD)random.below(50) + 41;
+        DWORD width = (DWORD)random.below(130) + 1, height = (DWORD)random.below(90) + 1;
         TextPage* page = TextPage_new(width, height, TEXTPAGE_TYPE_ZERO);
         ASSERT_NE(page, nullptr);
-        const BYTE values[] = {1, 2, 3, 254, 255};
-        for (int n = random.below(12); n > 0; --n)
-            TextPage_setPixel(page, (DWORD)random.below((int)width), (DWORD)random.below((int)height),
-                              values[random.below(5)]);
+        bool dense = random.below(5) == 0;
+        for (int n = dense ? (int)(width * height) : random.below(12); n > 0; --n) {
+            BYTE value = dense ? (BYTE)random.below(16) : values[random.below(5)];
+            TextPage_setPixel(page, (DWORD)random.below((int)width), (DWORD)random.below((int)height), value);
+        }
         for (int area = 0; area < 200; ++area) {
-            DWORD w = (DWORD)random.below(40) + 1, h = (DWORD)random.below(40) + 1;
-            DWORD x = (DWORD)random.below((int)(width - w + 1)), y = (DWORD)random.below((int)(height - h + 1));
+            DWORD w = (DWORD)random.below(41), h = (DWORD)random.below(41);
+            bool inside = random.below(4) != 0 && w <= width && h <= height;
+            DWORD x = (DWORD)random.below(inside ? (int)(width - w + 1) : (int)width + 4);
+            DWORD y = (DWORD)random.below(inside ? (int)(height - h + 1) : (int)height + 4);
             BYTE largest = 0;
             for (DWORD j = y; j < y + h; ++j)
                 for (DWORD i = x; i < x + w; ++i)
-                    largest = std::max(largest, page->m_Image[(size_t)j * width + i]);
-            ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest) << "round " << round << ", " << w << " x " << h;
-            ASSERT_EQ(TextPage_isClear(page, x, y, w, h), largest == 0) << "round " << round;
-            // Reaching past the right or bottom edge is never clear.
-            ASSERT_FALSE(TextPage_isClear(page, x, y, width - x + 1, h));
-            ASSERT_FALSE(TextPage_isClear(page, x, y, w, height - y + 1));
+                    largest = std::max<BYTE>(largest, i < width && j < height ? page->m_Image[j * width + i] : 255);
+            ASSERT_EQ(TextPage_getMax(page, x, y, w, h), largest)
+                << "round " << round << ", " << w << " x " << h << " at " << x << ", " << y;
+            ASSERT_EQ(TextPage_isClear(page, x, y, w, h), w > 0 && h > 0 && largest == 0)
+                << "round " << round << ", " << w << " x " << h << " at " << x << ", " << y;
         }
         TextPage_delete(page);
     }

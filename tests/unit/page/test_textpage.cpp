@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
+#include <vector>
 
 namespace {
 
@@ -44,29 +44,6 @@ TEST(TextPage, LayoutWritesTheDocumentedSquareAndFailures)
     PxGetSyscalls()->calloc = [](size_t, size_t) -> void* { return nullptr; };
     EXPECT_EQ(TextPage_new(10, 5, TEXTPAGE_TYPE_ZERO), nullptr);
     PxResetSyscalls();
-}
-
-// Sparse markers, as text leaves them, with an occasional 255; the area
-// maximum read literally, position by position.
-TEST(TextPage, AreaMaximumMatchesAPositionByPositionReading)
-{
-    std::mt19937 rng(20240611);
-    for (int round = 0; round < 40; ++round) {
-        DWORD width = rng() % 40 + 1, height = rng() % 40 + 1;
-        Page page = newPage(width, height);
-        for (DWORD n = rng() % (width * height); n > 0; --n)
-            TextPage_setPixel(page.get(), rng() % (width + 3), rng() % (height + 3),
-                              rng() % 50 == 0 ? 255 : (BYTE)(rng() % 16));
-        for (int probe = 0; probe < 400; ++probe) {
-            DWORD x = rng() % (width + 4), y = rng() % (height + 4), w = rng() % 8, h = rng() % 3 ? w : rng() % 8;
-            BYTE slow = 0;
-            for (DWORD py = y; py < y + h; ++py)
-                for (DWORD px = x; px < x + w; ++px)
-                    slow = std::max<BYTE>(slow, px < width && py < height ? page->m_Image[py * width + px] : 255);
-            ASSERT_EQ(TextPage_getMax(page.get(), x, y, w, h), slow)
-                << width << "x" << height << " page, area " << x << "," << y << " " << w << "x" << h;
-        }
-    }
 }
 
 }  // namespace

@@ -150,13 +150,11 @@ TEST(StoredPages, FailuresReturnZeroAndNoBlockAndGiveBackWhatWasHad)
     }
     device.record.pConfig = &device.config;
 
-    static int callsLeft;
-    callsLeft = 1;  // the working block, then nothing more
-    PxGetSyscalls()->calloc = [](size_t n, size_t s) -> void* { return callsLeft-- > 0 ? calloc(n, s) : nullptr; };
     DWORD before = gTotalBytesAlloc;
     BYTE* block = reinterpret_cast<BYTE*>(1);
+    testkit::FaultInjector fault(testkit::Call::Alloc, 2);  // the working block, then no more
     EXPECT_EQ(WritePrinterBuffer(&device.surface, dots.page, &block, 2, TRUE), 0u);
-    PxResetSyscalls();
+    EXPECT_TRUE(fault.fired());
     EXPECT_EQ(block, nullptr);
     EXPECT_EQ(gTotalBytesAlloc, before);
     EXPECT_TRUE(device.spool.bytes.empty());

@@ -123,17 +123,15 @@ TEST_F(Geometry, LookupTakesExplicitSizeThenPaperListsThenFormAndLeaksNothing)
 
     // The n-th allocation fails: printer information, paper ids, paper sizes, form.
     // Without the printer information there is no lookup; without a paper list the form answers.
-    static int gAllocationsLeft;
-    PxGetSyscalls()->calloc = [](size_t n, size_t size) { return --gAllocationsLeft ? calloc(n, size) : nullptr; };
     DEVMODEW mode = devMode(DM_PAPERSIZE | DM_FORMNAME, 9, 0, 0, u"A4");
-    for (int failing : {1, 2, 3, 4}) {
-        gAllocationsLeft = failing, found = {0, 0};
+    for (unsigned failing : {1, 2, 3, 4}) {
+        testkit::FaultInjector fault(testkit::Call::Alloc, failing);
+        found = {0, 0};
         DWORD before = gTotalBytesAlloc;
         EXPECT_EQ(GetPaperDimensionFromDevMode(hPrinter, &mode, &found), failing > 1) << failing;
         EXPECT_EQ(found.width, failing == 1 ? 0u : failing < 4 ? 2100u : 2101u) << failing;
         EXPECT_EQ(gTotalBytesAlloc, before) << failing;
     }
-    PxResetSyscalls();
 }
 
 }  // namespace

@@ -41,9 +41,8 @@ TEST(TextPage, LayoutWritesTheDocumentedSquareAndFailures)
 
     EXPECT_EQ(TextPage_new(70000, 70000, TEXTPAGE_TYPE_ZERO), nullptr) << "too large for its 32-bit size";
     EXPECT_EQ(TextPage_new(0xFFFFFFFFu, 1, TEXTPAGE_TYPE_ZERO), nullptr);
-    PxGetSyscalls()->calloc = [](size_t, size_t) -> void* { return nullptr; };
+    testkit::FaultInjector fault(testkit::Call::Alloc, 1);
     EXPECT_EQ(TextPage_new(10, 5, TEXTPAGE_TYPE_ZERO), nullptr);
-    PxResetSyscalls();
 }
 
 }  // namespace

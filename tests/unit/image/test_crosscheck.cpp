@@ -51,6 +51,7 @@ TEST(CrossCheck, BitmapAdjustmentMatchesThePixelByPixelRules)
     }
 }
 
+// Pages wider than the sweep's stretches and taller than its lag behind the row pass.
 TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
 {
     RandomSurfaces random(77);

@@ -26,13 +26,6 @@ using testkit::wide;
 
 const char kDialogWinPath[] = "C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll";
 
-std::string narrow(const WCHAR* s)
-{
-    std::string out(px_wcslen(s) * 3 + 1, '\0');
-    out.resize(px_wide_to_utf8(&out[0], out.size(), s));
-    return out;
-}
-
 // One test's world: a root, a printer's Config, the stand-ins' record files
 // and the log at level 1.
 class Helpers : public ::testing::Test {
@@ -101,9 +94,9 @@ TEST_F(Helpers, QuotedArgumentsReachTheProgramExactly)
         CommandLine_addText(&line, " ");
         CommandLine_addQuoted(&line, wide(expected[i]).c_str());
     }
-    EXPECT_EQ(narrow(line.text), "\"" + expected[0] + "\"" +
-                                     R"( "plain" "" "a \"b\" c" "ends\\" "ends\\\\" "mid\dle" "slash\\\"quote" "\"")"
-                                     R"( "two  spaces" "Prägung ⠿")");
+    const char quoted[] = R"( "plain" "" "a \"b\" c" "ends\\" "ends\\\\" "mid\dle" "slash\\\"quote" "\"")"
+                          R"( "two  spaces" "Prägung ⠿")";
+    EXPECT_EQ(std::u16string(line.text), wide("\"" + expected[0] + "\"" + quoted));
     ASSERT_FALSE(line.bad);
     STARTUPINFOW si = {};
     si.cb = sizeof si;

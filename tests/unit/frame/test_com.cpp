@@ -20,33 +20,28 @@ IPrintOemUni* createPlugin()
     return plugin;
 }
 
-TEST(ClassFactory, ServesOnlyThePluginClass)
+// Only the plug-in's class, only as a factory or IUnknown, never aggregated.
+TEST(ClassFactory, ServesOnlyThePluginClassAndInterface)
 {
     void* p = reinterpret_cast<void*>(1);
     CLSID other = CLSID_OEMRENDER;
     other.Data1 ^= 1;
     EXPECT_EQ(DllGetClassObject(other, IID_IClassFactory, &p), CLASS_E_CLASSNOTAVAILABLE);
-
+    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IPrintOemUni, &p), E_NOINTERFACE);
+    EXPECT_EQ(p, nullptr);
     IUnknown* unknown = nullptr;
     EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
     ASSERT_NE(unknown, nullptr);
     EXPECT_EQ(unknown->Release(), 0u);
 
-    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IPrintOemUni, &p), E_NOINTERFACE);
-    EXPECT_EQ(p, nullptr);
-}
-
-TEST(ClassFactory, RefusesAggregationAndUnknownInterfaces)
-{
     IClassFactory* factory = nullptr;
     ASSERT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
     LONG before = gComponentCount;
-    void* p = nullptr;
     host::DriverUni outer;
     EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintOemUni, &p), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &p), E_NOINTERFACE);
     EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(gComponentCount, before);  // the failed query destroyed its object
+    EXPECT_EQ(gComponentCount, before) << "the failed query destroyed its object";
     EXPECT_EQ(factory->AddRef(), 2u);
     EXPECT_EQ(factory->Release(), 1u);
     EXPECT_EQ(factory->Release(), 0u);
@@ -117,14 +112,10 @@ TEST(PluginObject, GetInfoAnswersAndLastErrors)
 {
     IPrintOemUni* plugin = createPlugin();
     struct Case {
-        DWORD mode;
-        DWORD cbSize;
-        bool buffer;
-        bool needed;
+        DWORD mode, cbSize;
+        bool buffer, needed;  // whether the call gets them
         HRESULT hr;
-        DWORD cbNeeded;
-        DWORD lastError;
-        DWORD value;
+        DWORD cbNeeded, lastError, value;
     } cases[] = {
         {OEMGI_GETSIGNATURE, 4, true, true, S_OK, 4, 0xDEAD, 0x51504D53},
         {OEMGI_GETVERSION, 8, true, true, S_OK, 4, 0xDEAD, 1},
@@ -139,10 +130,11 @@ TEST(PluginObject, GetInfoAnswersAndLastErrors)
         SetLastError(0xDEAD);
         DWORD buffer = 0, needed = 0;
         HRESULT hr = plugin->GetInfo(c.mode, c.buffer ? &buffer : nullptr, c.cbSize, c.needed ? &needed : nullptr);
-        EXPECT_EQ(hr, c.hr) << "mode " << c.mode;
-        EXPECT_EQ(needed, c.cbNeeded) << "mode " << c.mode;
-        EXPECT_EQ(GetLastError(), c.lastError) << "mode " << c.mode;
-        EXPECT_EQ(buffer, c.value) << "mode " << c.mode;
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ", " << c.cbSize << " bytes");
+        EXPECT_EQ(hr, c.hr);
+        EXPECT_EQ(needed, c.cbNeeded);
+        EXPECT_EQ(GetLastError(), c.lastError);
+        EXPECT_EQ(buffer, c.value);
     }
     plugin->Release();
 }

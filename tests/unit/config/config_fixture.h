@@ -38,6 +38,10 @@ protected:
     {
         return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
     }
+    static std::string binary(const std::string& name, const std::string& hex)
+    {
+        return "\"" + name + "\": {\"type\": \"binary\", \"value\": {\"hex\": \"" + hex + "\"}}";
+    }
 
     testkit::TempRoot root;
     HANDLE printer = nullptr;

@@ -3,12 +3,9 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace {
@@ -202,39 +199,6 @@ TEST_F(ControlFlags, AStringWithoutTerminatorOrWithBinaryBytesIsSafe)
     EXPECT_EQ(read(c), 0);
     EXPECT_EQ(c->Collate, 1);
     Config_delete(c);
-}
-
-TEST_F(ControlFlags, ReadingWhileAnotherProcessWritesNeverLosesTheFile)
-{
-    makePrinter(withVersion(dword("Brightness", 2)));
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        HANDLE own = nullptr;
-        std::u16string name = testkit::wide("Embosser");
-        if (!OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &own, nullptr))
-            _exit(2);
-        const char text[] = "CONTRAST=9";
-        for (int i = 0; i < 60; ++i)
-            if (SetPrinterDataExW(own, WSTR("Config"), WSTR("ControlFlags"), REG_BINARY, (LPBYTE)text,
-                                  sizeof text - 1) != ERROR_SUCCESS)
-                _exit(3);
-        ClosePrinter(own);
-        _exit(0);
-    }
-    for (int i = 0; i < 60; ++i) {
-        Config* c = newConfig();
-        ASSERT_NE(c, nullptr);
-        EXPECT_EQ(c->Brightness, 2) << "the printer's other data must survive";
-        read(c);
-        Config_delete(c);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    char message[512];
-    EXPECT_TRUE(PxValidatePrinterFile((root.path() + "/printers/Embosser.json").c_str(), message, sizeof message))
-        << message;
 }
 
 }  // namespace

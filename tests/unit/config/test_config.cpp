@@ -15,7 +15,7 @@ using ConfigTest = PrinterTest;
 const std::u16string kDefaultViewer = u"C:\\Program Files\\Quorvane\\Pumex\\Quorvane Max\\PumexViewer.exe";
 
 // Without settings every field holds its default; the record's making is
-// logged, with the settings it ended with, at level 1.
+// logged, with the settings it ended with, at level 1 (which no setting changes).
 TEST_F(ConfigTest, WithoutSettingsTheDefaultsAreTakenAndLogged)
 {
     makePrinter(dword("OutputVersion", 7));  // present, so no repair; its value is not read
@@ -78,11 +78,13 @@ TEST_F(ConfigTest, PrinterDataIsTakenWithoutRangeChecks)
     makePrinter(withVersion(dword("Brightness", 250) + ", " + dword("Contrast", -40) + ", " +
                             dword("MediaType", 12345) + ", " + dword("InterPoint", 1) + ", " +
                             dword("MaxCustPForce", 99) + ", " + dword("PaperSource", 4000000000LL) + ", " +
+                            dword("DebugLevel", 2) + ", " +
                             binary("DotHeight", "07000000") + ", " + binary("ThinLineIntensity", "0900000000000000") +
                             ", " + binary("Magnification", "0201") + ", " +
                             "\"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"C:\\\\v\\\\view.exe\"}"));
     Config* c = Config_new(&devobj);
     ASSERT_NE(c, nullptr);
+    EXPECT_EQ(gDebugLevel, 2u) << "the log level follows the printer";
     EXPECT_EQ((std::vector<long long>{c->Brightness, c->Contrast, c->mediaType, c->Interpoint, c->maxCustPForce,
                                       c->PaperSource, c->dotHeight, c->ThinLineIntensity, c->Magnification}),
               (std::vector<long long>{250, -40, 12345, 1, 99, 4000000000, 7, 1, 0x0102}));
@@ -180,20 +182,6 @@ TEST_F(Installer, AMissingOutputVersionAsksTheModelsLibraryOnce)
         ClosePrinter(printer);
         printer = nullptr;
     }
-}
-
-TEST_F(ConfigTest, TheLogLevelFollowsThePrinterData)
-{
-    makePrinter(withVersion(dword("DebugLevel", 2)));
-    gDebugLevel = 0;
-    Config_delete(Config_new(&devobj));
-    EXPECT_EQ(gDebugLevel, 2u);
-    TearDown();
-    printer = nullptr;
-    makePrinter(withVersion());
-    gDebugLevel = 1;
-    Config_delete(Config_new(&devobj));
-    EXPECT_EQ(gDebugLevel, 1u);  // a missing value leaves the level
 }
 
 TEST_F(ConfigTest, ReleaseReturnsEveryByte)

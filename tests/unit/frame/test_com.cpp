@@ -47,7 +47,8 @@ TEST(ClassFactory, ServesOnlyThePluginClassAndInterface)
     EXPECT_EQ(factory->Release(), 0u);
 }
 
-TEST(ClassFactory, ModuleUnloadsOnlyWithoutObjectsAndLocks)
+// The module may unload only while no object lives and no lock is held.
+TEST(PluginObject, InterfacesReferenceCountsAndUnloading)
 {
     ASSERT_EQ(DllCanUnloadNow(), S_OK);
     IClassFactory* factory = nullptr;
@@ -59,25 +60,18 @@ TEST(ClassFactory, ModuleUnloadsOnlyWithoutObjectsAndLocks)
 
     IPrintOemUni* plugin = createPlugin();
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
-    EXPECT_EQ(plugin->Release(), 0u);
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
-    factory->Release();
-}
-
-TEST(PluginObject, InterfacesAndReferenceCounts)
-{
-    IPrintOemUni* plugin = createPlugin();
     IUnknown* unknown = nullptr;
     EXPECT_EQ(plugin->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
     EXPECT_EQ(static_cast<void*>(unknown), static_cast<void*>(plugin));
     EXPECT_EQ(unknown->Release(), 1u);
-
     void* p = reinterpret_cast<void*>(1);
     EXPECT_EQ(plugin->QueryInterface(IID_IPrintOemDriverUni, &p), E_NOINTERFACE);
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(plugin->AddRef(), 2u);
     EXPECT_EQ(plugin->Release(), 1u);
     EXPECT_EQ(plugin->Release(), 0u);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    factory->Release();
 }
 
 TEST(PluginObject, PublishedDriverInterfaceIsKeptOnceAndReleased)

@@ -29,6 +29,8 @@ protected:
             ClosePrinter(printer);
         gDebugLevel = 0;
     }
+    // The printer file's text as it is now.
+    std::string printerFile() const { return testkit::readFile(root.path() + "/printers/Embosser.json"); }
     // "OutputVersion" present, so the installer library is not asked for.
     static std::string withVersion(const std::string& members = "")
     {

@@ -110,7 +110,7 @@ protected:
     LONG read(Config* c) { return Config_readControlFlags(c, u"Embosser"); }
     std::string controlFlagsJson()
     {
-        std::string file = testkit::readFile(root.path() + "/printers/Embosser.json");
+        std::string file = printerFile();
         size_t at = file.find("\"ControlFlags\"");
         return at == std::string::npos ? "" : file.substr(at, file.find('}', at) - at + 1);
     }
@@ -147,12 +147,12 @@ TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
                   (DWORD)ERROR_SUCCESS);
         EXPECT_TRUE(kind == typeId && needed == 0) << kind << " " << needed;
 
-        const std::string before = testkit::readFile(root.path() + "/printers/Embosser.json");
+        const std::string before = printerFile();
         c = newConfig();
         read(c);
         EXPECT_EQ(c->Brightness, 2);
         Config_delete(c);
-        EXPECT_EQ(testkit::readFile(root.path() + "/printers/Embosser.json"), before);
+        EXPECT_EQ(printerFile(), before) << "nothing is rewritten";
         ClosePrinter(printer);
         printer = nullptr;
     }
@@ -166,8 +166,8 @@ TEST_F(ControlFlags, BothReadsAreLoggedEvenWhenTheSecondFails)
     static int opensLeft;
     opensLeft = 2;  // reopening the printer and the first read; the second read fails
     PxGetSyscalls()->open = [](const char* path, int flags, mode_t mode) -> int {
-        bool printerFile = std::strstr(path, "Embosser.json") != nullptr;
-        return !printerFile || opensLeft-- > 0 ? ::open(path, flags, mode) : (errno = EACCES, -1);
+        bool isPrinter = std::strstr(path, "Embosser.json") != nullptr;
+        return !isPrinter || opensLeft-- > 0 ? ::open(path, flags, mode) : (errno = EACCES, -1);
     };
     gDebugLevel = 1;
     read(c);

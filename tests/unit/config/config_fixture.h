@@ -29,6 +29,8 @@ protected:
             ClosePrinter(printer);
         gDebugLevel = 0;
     }
+    // The printer file's text as it is now.
+    std::string printerFile() const { return testkit::readFile(root.path() + "/printers/Embosser.json"); }
     // "OutputVersion" present, so the installer library is not asked for.
     static std::string withVersion(const std::string& members = "")
     {
@@ -37,6 +39,10 @@ protected:
     static std::string dword(const std::string& name, long long value)
     {
         return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
+    }
+    static std::string binary(const std::string& name, const std::string& hex)
+    {
+        return "\"" + name + "\": {\"type\": \"binary\", \"value\": {\"hex\": \"" + hex + "\"}}";
     }
 
     testkit::TempRoot root;

@@ -20,39 +20,35 @@ IPrintOemUni* createPlugin()
     return plugin;
 }
 
-TEST(ClassFactory, ServesOnlyThePluginClass)
+// Only the plug-in's class, only as a factory or IUnknown, never aggregated.
+TEST(ClassFactory, ServesOnlyThePluginClassAndInterface)
 {
     void* p = reinterpret_cast<void*>(1);
     CLSID other = CLSID_OEMRENDER;
     other.Data1 ^= 1;
     EXPECT_EQ(DllGetClassObject(other, IID_IClassFactory, &p), CLASS_E_CLASSNOTAVAILABLE);
-
+    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IPrintOemUni, &p), E_NOINTERFACE);
+    EXPECT_EQ(p, nullptr);
     IUnknown* unknown = nullptr;
     EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
     ASSERT_NE(unknown, nullptr);
     EXPECT_EQ(unknown->Release(), 0u);
 
-    EXPECT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IPrintOemUni, &p), E_NOINTERFACE);
-    EXPECT_EQ(p, nullptr);
-}
-
-TEST(ClassFactory, RefusesAggregationAndUnknownInterfaces)
-{
     IClassFactory* factory = nullptr;
     ASSERT_EQ(DllGetClassObject(CLSID_OEMRENDER, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
     LONG before = gComponentCount;
-    void* p = nullptr;
     host::DriverUni outer;
     EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintOemUni, &p), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &p), E_NOINTERFACE);
     EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(gComponentCount, before);  // the failed query destroyed its object
+    EXPECT_EQ(gComponentCount, before) << "the failed query destroyed its object";
     EXPECT_EQ(factory->AddRef(), 2u);
     EXPECT_EQ(factory->Release(), 1u);
     EXPECT_EQ(factory->Release(), 0u);
 }
 
-TEST(ClassFactory, ModuleUnloadsOnlyWithoutObjectsAndLocks)
+// The module may unload only while no object lives and no lock is held.
+TEST(PluginObject, InterfacesReferenceCountsAndUnloading)
 {
     ASSERT_EQ(DllCanUnloadNow(), S_OK);
     IClassFactory* factory = nullptr;
@@ -64,25 +60,18 @@ TEST(ClassFactory, ModuleUnloadsOnlyWithoutObjectsAndLocks)
 
     IPrintOemUni* plugin = createPlugin();
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
-    EXPECT_EQ(plugin->Release(), 0u);
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
-    factory->Release();
-}
-
-TEST(PluginObject, InterfacesAndReferenceCounts)
-{
-    IPrintOemUni* plugin = createPlugin();
     IUnknown* unknown = nullptr;
     EXPECT_EQ(plugin->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&unknown)), S_OK);
     EXPECT_EQ(static_cast<void*>(unknown), static_cast<void*>(plugin));
     EXPECT_EQ(unknown->Release(), 1u);
-
     void* p = reinterpret_cast<void*>(1);
     EXPECT_EQ(plugin->QueryInterface(IID_IPrintOemDriverUni, &p), E_NOINTERFACE);
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(plugin->AddRef(), 2u);
     EXPECT_EQ(plugin->Release(), 1u);
     EXPECT_EQ(plugin->Release(), 0u);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    factory->Release();
 }
 
 TEST(PluginObject, PublishedDriverInterfaceIsKeptOnceAndReleased)
@@ -117,14 +106,10 @@ TEST(PluginObject, GetInfoAnswersAndLastErrors)
 {
     IPrintOemUni* plugin = createPlugin();
     struct Case {
-        DWORD mode;
-        DWORD cbSize;
-        bool buffer;
-        bool needed;
+        DWORD mode, cbSize;
+        bool buffer, needed;  // whether the call gets them
         HRESULT hr;
-        DWORD cbNeeded;
-        DWORD lastError;
-        DWORD value;
+        DWORD cbNeeded, lastError, value;
     } cases[] = {
         {OEMGI_GETSIGNATURE, 4, true, true, S_OK, 4, 0xDEAD, 0x51504D53},
         {OEMGI_GETVERSION, 8, true, true, S_OK, 4, 0xDEAD, 1},
@@ -139,10 +124,11 @@ TEST(PluginObject, GetInfoAnswersAndLastErrors)
         SetLastError(0xDEAD);
         DWORD buffer = 0, needed = 0;
         HRESULT hr = plugin->GetInfo(c.mode, c.buffer ? &buffer : nullptr, c.cbSize, c.needed ? &needed : nullptr);
-        EXPECT_EQ(hr, c.hr) << "mode " << c.mode;
-        EXPECT_EQ(needed, c.cbNeeded) << "mode " << c.mode;
-        EXPECT_EQ(GetLastError(), c.lastError) << "mode " << c.mode;
-        EXPECT_EQ(buffer, c.value) << "mode " << c.mode;
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ", " << c.cbSize << " bytes");
+        EXPECT_EQ(hr, c.hr);
+        EXPECT_EQ(needed, c.cbNeeded);
+        EXPECT_EQ(GetLastError(), c.lastError);
+        EXPECT_EQ(buffer, c.value);
     }
     plugin->Release();
 }

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr DWORD kSignature = 0x51504D53;
+
 OEMDEV block(DWORD size, DWORD signature, BYTE fill)
 {
     OEMDEV b;
@@ -18,124 +20,89 @@ OEMDEV block(DWORD size, DWORD signature, BYTE fill)
     return b;
 }
 
+// The header as stored: size 208, the signature's bytes "SMPQ", version 1.
 bool isValidHeader(const OEMDEV& b)
 {
-    return b.dmOEMExtra.dwSize == 208 && b.dmOEMExtra.dwSignature == 0x51504D53 && b.dmOEMExtra.dwVersion == 1;
-}
-
-TEST(DevMode, TheBlockIsStoredAs208BytesWithItsSignatureBytes)
-{
-    OEMDEV b{};
-    MakeOEMDevmodeValid(&b);
-    const BYTE* bytes = reinterpret_cast<const BYTE*>(&b);
-    const BYTE expected[12] = {208, 0, 0, 0, 0x53, 0x4D, 0x50, 0x51, 1, 0, 0, 0};
-    EXPECT_EQ(std::memcmp(bytes, expected, 12), 0);
+    const BYTE stored[12] = {208, 0, 0, 0, 0x53, 0x4D, 0x50, 0x51, 1, 0, 0, 0};
+    return std::memcmp(&b, stored, sizeof stored) == 0;
 }
 
 TEST(DevMode, SizeAndDefaults)
 {
     OEMDMPARAM param{};
-    OEMDEV out{};
+    OEMDEV out{}, zero{};
     param.pOEMDMOut = &out;
     EXPECT_EQ(hrOEMDevMode(OEMDM_SIZE, &param), S_OK);
     EXPECT_EQ(param.cbBufSize, 208u);
-    OEMDEV zero{};
-    EXPECT_EQ(std::memcmp(&out, &zero, sizeof out), 0);  // size touches no block
+    EXPECT_EQ(std::memcmp(&out, &zero, sizeof out), 0) << "size touches no block";
 
     param.cbBufSize = 0;
     EXPECT_EQ(hrOEMDevMode(OEMDM_DEFAULT, &param), S_OK);
     EXPECT_EQ(param.cbBufSize, 208u);
     EXPECT_TRUE(isValidHeader(out));
-    EXPECT_EQ(out.dwPrivate, 0u);
-    for (BYTE v : out.body)
-        ASSERT_EQ(v, 0);
+    out.dmOEMExtra = zero.dmOEMExtra;
+    EXPECT_EQ(std::memcmp(&out, &zero, sizeof out), 0) << "the rest is zero";
 }
 
-TEST(DevMode, ConvertReplacesAForeignBlockAndCopiesOurs)
+// Our own input block is copied over the output, no more of it than the
+// smaller block claims; a foreign one leaves the output its old body. The
+// output's header always ends valid; merging reports no size.
+TEST(DevMode, ConvertAndMergeCopyOnlyOurBlock)
 {
-    OEMDMPARAM param{};
-    OEMDEV in = block(208, 0x12345678, 0xAA);
-    OEMDEV out = block(208, 0x51504D53, 0x55);
-    param.pOEMDMIn = &in;
-    param.pOEMDMOut = &out;
-    EXPECT_EQ(hrOEMDevMode(OEMDM_CONVERT, &param), S_OK);
-    EXPECT_EQ(param.cbBufSize, 208u);
-    EXPECT_TRUE(isValidHeader(out));
-    EXPECT_EQ(out.dwPrivate, 0u);
-    EXPECT_EQ(out.body[0], 0x55);  // the output's old body stays
-    EXPECT_EQ(out.body[191], 0x55);
-
-    in = block(208, 0x51504D53, 0xAA);
-    out = block(208, 0x51504D53, 0x55);
-    EXPECT_EQ(hrOEMDevMode(OEMDM_CONVERT, &param), S_OK);
-    EXPECT_TRUE(isValidHeader(out));
-    EXPECT_EQ(out.dwPrivate, 0xAAAAAAAAu);
-    EXPECT_EQ(out.body[0], 0xAA);
-    EXPECT_EQ(out.body[191], 0xAA);
+    struct Case {
+        DWORD mode, inSize, inSignature, bufSize, privateValue;
+        BYTE first, last;  // of the body
+    } cases[] = {
+        {OEMDM_CONVERT, 208, 0x12345678, 208, 0, 0x55, 0x55},
+        {OEMDM_CONVERT, 208, kSignature, 208, 0xAAAAAAAA, 0xAA, 0xAA},
+        {OEMDM_CONVERT, 16, kSignature, 208, 0xAAAAAAAA, 0x55, 0x55},  // bytes 12..15 copied
+        {OEMDM_MERGE, 208, kSignature, 77, 0xAAAAAAAA, 0xAA, 0xAA},
+    };
+    for (const Case& c : cases) {
+        OEMDEV in = block(c.inSize, c.inSignature, 0xAA), out = block(208, kSignature, 0x55);
+        OEMDMPARAM param{};
+        param.pOEMDMIn = &in;
+        param.pOEMDMOut = &out;
+        param.cbBufSize = 77;
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ", size " << c.inSize << ", " << c.inSignature);
+        EXPECT_EQ(hrOEMDevMode(c.mode, &param), S_OK);
+        EXPECT_EQ(param.cbBufSize, c.bufSize);
+        EXPECT_TRUE(isValidHeader(out));
+        EXPECT_EQ(out.dwPrivate, c.privateValue);
+        EXPECT_TRUE(out.body[0] == c.first && out.body[191] == c.last);
+    }
 }
 
-TEST(DevMode, ConvertCopiesNoMoreThanTheSmallerBlockClaims)
+TEST(DevMode, CorruptSizesAndMissingBlocksAreSafe)
 {
-    OEMDMPARAM param{};
-    OEMDEV in = block(16, 0x51504D53, 0xAA);
-    OEMDEV out = block(208, 0x51504D53, 0x55);
-    param.pOEMDMIn = &in;
-    param.pOEMDMOut = &out;
-    EXPECT_EQ(hrOEMDevMode(OEMDM_CONVERT, &param), S_OK);
-    EXPECT_TRUE(isValidHeader(out));
-    EXPECT_EQ(out.dwPrivate, 0xAAAAAAAAu);  // bytes 12..15 copied
-    EXPECT_EQ(out.body[0], 0x55);           // byte 16 on: untouched
-
-    // A corrupt size on both sides never moves bytes beyond the block.
     struct Guarded {
         OEMDEV block;
         BYTE guard[64];
     } big{};
     std::memset(big.guard, 0xEE, sizeof big.guard);
-    in = block(0xFFFFFFFF, 0x51504D53, 0xAA);
-    big.block = block(0xFFFFFFFF, 0x51504D53, 0x55);
+    OEMDEV in = block(0xFFFFFFFF, kSignature, 0xAA);
+    big.block = block(0xFFFFFFFF, kSignature, 0x55);
+    OEMDMPARAM param{};
+    param.pOEMDMIn = &in;
     param.pOEMDMOut = &big.block;
     EXPECT_EQ(hrOEMDevMode(OEMDM_CONVERT, &param), S_OK);
-    EXPECT_EQ(big.guard[0], 0xEE);
-}
-
-TEST(DevMode, MergeValidatesTheOutputAndToleratesItsAbsence)
-{
-    OEMDMPARAM param{};
-    OEMDEV in = block(208, 0x51504D53, 0xAA);
-    OEMDEV out = block(208, 0x51504D53, 0x55);
-    param.pOEMDMIn = &in;
-    param.pOEMDMOut = &out;
-    param.cbBufSize = 77;
-    EXPECT_EQ(hrOEMDevMode(OEMDM_MERGE, &param), S_OK);
-    EXPECT_EQ(param.cbBufSize, 77u);  // merge does not report a size
-    EXPECT_TRUE(isValidHeader(out));
-    EXPECT_EQ(out.body[5], 0xAA);
+    EXPECT_EQ(big.guard[0], 0xEE) << "never a byte beyond the block";
 
     param.pOEMDMOut = nullptr;
     EXPECT_EQ(hrOEMDevMode(OEMDM_MERGE, &param), S_OK);
     EXPECT_EQ(hrOEMDevMode(OEMDM_CONVERT, &param), S_OK);
-}
-
-TEST(DevMode, InvalidModesAndParametersFailWithLastError87)
-{
-    OEMDMPARAM param{};
-    for (DWORD mode : {0u, 5u}) {
+    for (DWORD mode : {0u, 5u, (DWORD)OEMDM_SIZE}) {
         SetLastError(0);
-        EXPECT_EQ(hrOEMDevMode(mode, &param), E_FAIL);
-        EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(hrOEMDevMode(mode, mode == OEMDM_SIZE ? nullptr : &param), E_FAIL) << mode;
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_PARAMETER) << mode;
     }
-    SetLastError(0);
-    EXPECT_EQ(hrOEMDevMode(OEMDM_SIZE, nullptr), E_FAIL);
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_PARAMETER);
 }
 
 TEST(DevMode, DumpTellsOurBlocksFromOthers)
 {
     testkit::TempRoot root;
     gDebugLevel = 1;
-    OEMDEV ours = block(208, 0x51504D53, 0);
-    OEMDEV shortBlock = block(200, 0x51504D53, 0);
+    OEMDEV ours = block(208, kSignature, 0), shortBlock = block(200, kSignature, 0);
     Dump(&ours);
     Dump(&shortBlock);
     gDebugLevel = 0;

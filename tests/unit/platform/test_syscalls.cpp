@@ -124,24 +124,4 @@ TEST(Syscalls, RuntimeStreamsGoThroughTheTable)
     EXPECT_EQ(errno, EACCES);
 }
 
-// Rewriting a printer's settings syncs the new file before it replaces the
-// old; when the sync fails, the old file stays as it was.
-TEST(Syscalls, AFailedSyncLeavesThePrinterFileWhole)
-{
-    testkit::TempRoot root;
-    root.writePrinter("P", testkit::printerJson("P"));
-    std::string before = testkit::readFile(root.path() + "/printers/P.json");
-    HANDLE printer = nullptr;
-    ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(u"P"), &printer, nullptr));
-    {
-        testkit::SyscallGuard guard;
-        guard->fsync = [](int) { return errno = EIO, -1; };
-        DWORD value = 5;
-        EXPECT_EQ(SetPrinterDataExW(printer, u"Config", u"Offset", REG_DWORD, (BYTE*)&value, 4),
-                  (DWORD)ERROR_WRITE_FAULT);
-    }
-    EXPECT_EQ(testkit::readFile(root.path() + "/printers/P.json"), before);
-    ClosePrinter(printer);
-}
-
 }  // namespace

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -19,15 +21,9 @@ std::u16string text(WORD langId, UINT number)
 TEST(StringTable, HoldsTwentyNineEntriesWithTheirDocumentedTexts)
 {
     EXPECT_EQ(kStringLanguageCount, 29u);
-    struct Case {
-        WORD langId;
-        UINT number;
-        const char16_t* expected;
-    } cases[] = {
-        {0x0409, 1, u"PumexPro"},
-        {0x0412, 257, u"Graphics"},
-        {0x0411, 258, u"13 7/8 x 11"},
-        {0x0013, 264, u"16 x 50"},
+    const std::tuple<WORD, UINT, const char16_t*> cases[] = {
+        {0x0409, 1, u"PumexPro"},  {0x0412, 257, u"Graphics"},
+        {0x0411, 258, u"13 7/8 x 11"},  {0x0013, 264, u"16 x 50"},
         {0x0409, 1139, u"Lower (Standard) Tractor Feeder"},
         {0x0409, 1143, u"Bottom Sheet Feeder"},
         // Typographic apostrophe in the first two French names, plain in the rest.
@@ -41,21 +37,12 @@ TEST(StringTable, HoldsTwentyNineEntriesWithTheirDocumentedTexts)
         {0x0001, 1142, u"\u0627\u0644\u0645\u0646\u0637\u0642\u0629 \u0627\u0644\u0648\u0633\u0637\u0649 "
                        u"\u0644\u0625\u062F\u062E\u0627\u0644 \u0627\u0644\u0648\u0631\u0642"},
         // Unused numbers of the three blocks are empty; other blocks do not exist.
-        {0x0409, 0, u""},
-        {0x0407, 15, u""},
-        {0x0416, 256, u""},
-        {0x041D, 265, u""},
-        {0x0414, 271, u""},
-        {0x0C0A, 1136, u""},
-        {0x0401, 1144, u""},
-        {0x0409, 1151, u""},
-        {0x0409, 16, u"<none>"},
-        {0x0409, 272, u"<none>"},
-        {0x0409, 1152, u"<none>"},
-        {0x0809, 1, u"<none>"},
+        {0x0409, 0, u""},          {0x0407, 15, u""},         {0x0416, 256, u""},         {0x041D, 265, u""},
+        {0x0414, 271, u""},        {0x0C0A, 1136, u""},       {0x0401, 1144, u""},        {0x0409, 1151, u""},
+        {0x0409, 16, u"<none>"},   {0x0409, 272, u"<none>"},  {0x0409, 1152, u"<none>"},  {0x0809, 1, u"<none>"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(text(c.langId, c.number), c.expected) << std::hex << c.langId << " " << std::dec << c.number;
+    for (const auto& [langId, number, expected] : cases)
+        EXPECT_EQ(text(langId, number), expected) << std::hex << langId << " " << std::dec << number;
 }
 
 TEST(StringTable, EveryArabicEntryIsTheNeutralOne)
@@ -73,10 +60,7 @@ TEST(StringTable, EveryArabicEntryIsTheNeutralOne)
 
 TEST(StringTable, UserLanguagesFallBackAsTheResourceLoaderDoes)
 {
-    struct Case {
-        WORD user;
-        WORD entry;
-    } cases[] = {
+    const std::pair<WORD, WORD> cases[] = {  // the user's language, the entry used
         {0x0407, 0x0407},  // exact
         {0x0813, 0x0013},  // Dutch (Belgium): the neutral Dutch entry
         {0x0413, 0x0013},
@@ -88,22 +72,19 @@ TEST(StringTable, UserLanguagesFallBackAsTheResourceLoaderDoes)
         {0x040B, 0x0409},  // Finnish
         {0x0000, 0x0409},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(StringTable_lookup(c.user)->langId, c.entry) << std::hex << c.user;
+    for (const auto& [user, entry] : cases)
+        EXPECT_EQ(StringTable_lookup(user)->langId, entry) << std::hex << user;
 }
 
 TEST(ProbeLanguage, LocaleNamesAndIdsMapToWindowsLanguageIds)
 {
-    struct Case {
-        const char* locale;
-        unsigned short langId;
-    } cases[] = {
+    const std::pair<const char*, unsigned short> cases[] = {
         {"de_DE.UTF-8", 0x0407}, {"de-AT", 0x0C07}, {"nl_BE@euro", 0x0813}, {"pt_BR", 0x0416},
         {"ar_QA.UTF-8", 0x4001}, {"ja", 0x0411},    {"C", 0x0409},         {"POSIX", 0x0409},
         {"C.UTF-8", 0x0409},     {"de_LU", 0x0007}, {"fi_FI", 0x0000},     {"0x0C0A", 0x0C0A},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(host::languageIdOf(c.locale), c.langId) << c.locale;
+    for (const auto& [locale, langId] : cases)
+        EXPECT_EQ(host::languageIdOf(locale), langId) << locale;
     for (const char* bad : {"0x", "0x10000", "0xZZ", "de DE", ""})
         EXPECT_THROW(host::languageIdOf(bad), host::HostError) << bad;
 }

@@ -4,7 +4,7 @@
 // every body form, and the header's codes with the reader's names for them.
 #include "../output/device_fixture.h"
 #include "output/stream.h"
-#include "stream_decode.h"
+#include "stream_bytes.h"
 
 #include "diag/diag.h"
 #include "testkit.h"
@@ -13,44 +13,14 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <random>
-#include <sys/wait.h>
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using namespace streamtest;
 using Form = formats::BodyForm;
 using fixtures::Device;
-
-// A page header with a correct checksum.
-Bytes header(uint8_t format, unsigned width, unsigned height, uint32_t byteCount = 0, uint8_t dot = 0x02,
-             uint8_t media = 0x10, uint8_t minForce = 1, uint8_t maxForce = 0)
-{
-    Bytes h = {0x1B, format, dot, media, minForce, (uint8_t)width, (uint8_t)(width >> 8), (uint8_t)height,
-               (uint8_t)(height >> 8), maxForce};
-    for (int shift = 0; shift < 32; shift += 8)
-        h.push_back((uint8_t)(byteCount >> shift));
-    uint16_t sum = formats::pageChecksum(h.data());
-    h.insert(h.end(), {(uint8_t)sum, (uint8_t)(sum >> 8)});
-    return h;
-}
-
-Bytes join(std::initializer_list<Bytes> parts)
-{
-    Bytes all;
-    for (const Bytes& p : parts)
-        all.insert(all.end(), p.begin(), p.end());
-    return all;
-}
-
-formats::DecodedStream decode(const Bytes& b, unsigned version = 3)
-{
-    formats::DecodeOptions o;
-    o.version = version;
-    return formats::decodeStream(b.data(), b.size(), o);
-}
 
 // A sound 4 x 2 page in the row encoding: row 0 (7, 15, 0, 1), row 1 blank.
 const Bytes kPage = join({header(0x04, 4, 2), {0x00, 0x02, 0x07, 0x0F, 0x00, 0x01, 0xC0, 0x01}});

@@ -43,6 +43,10 @@ TEST(BrailleTable, CharactersAndDotsAreWrittenAsATranscriberWould)
     EXPECT_EQ(std::make_pair(t.cells[0].line, t.cells[1].line), std::make_pair(4, 6));
     EXPECT_EQ(braille::formatTable(parsed("A 1\n")), "# cell: 6\nA 1\n");
     EXPECT_EQ(parsed("# name: " + std::string(127, 'n') + "\nA 1\n").name.size(), 127u);  // what a font holds
+    // A backslash before anything else is itself, as in names written before escapes.
+    EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
+    // The dots form stays strict about repeats; the size form may repeat a code.
+    EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
 }
 
 class Mkfont : public ::testing::Test {
@@ -103,6 +107,13 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
         {std::string("# name: a\0b\nA 1\n", 16), "T:1: the name holds a zero character\n"},
         {"# name: a\\u0000b\nA 1\n", "T:1: the name holds a zero character\n"},
         {"# comments only\n\n", "T: no characters: a font needs at least one"},
+        {"A 3x2 o.o\n", "T:1: '3x2' takes 2 rows of positions, found 1"},
+        {"A 3x2 o.o .o\n", "T:1: row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
+        {"A 2x1 ox\n", "T:1: row 1 'ox' is not 2 positions"},
+        {"A 0x2 ..\n", "T:1: '0x2' takes 0 rows of positions, found 1"},
+        {"A 256x1 o\n", "T:1: expected a character and its dots, found 3 words"},
+        {"# name: a\\u12\nA 1\n", "T:1: '\\u' in the name takes four hexadecimal digits"},
+        {"# name: \\uD800\nA 1\n", "T:1: '\\uD800' in the name is half a character"},
     };
     for (const auto& [text, problem] : cases) {
         const std::string said = build(text, 1);
@@ -189,30 +200,6 @@ TEST(BrailleFont, OnlyFilesThatAreNoFontAreRefused)
         EXPECT_FALSE(braille::readFont(font, t, problem)) << expected;
         EXPECT_NE(problem.find(expected), std::string::npos) << problem;
     }
-}
-
-TEST(BrailleTable, TheSizeFormAndNameEscapesAreChecked)
-{
-    const std::pair<std::string, std::string> cases[] = {
-        {"A 3x2 o.o\n", "'3x2' takes 2 rows of positions, found 1"},
-        {"A 3x2 o.o .o\n", "row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
-        {"A 2x1 ox\n", "row 1 'ox' is not 2 positions"},
-        {"A 0x2 ..\n", "'0x2' takes 0 rows of positions, found 1"},
-        {"A 256x1 o\n", "expected a character and its dots, found 3 words"},
-        {"# name: a\\u12\nA 1\n", "'\\u' in the name takes four hexadecimal digits"},
-        {"# name: \\uD800\nA 1\n", "'\\uD800' in the name is half a character"},
-    };
-    for (const auto& [text, expected] : cases) {
-        Table t;
-        std::vector<braille::Problem> problems;
-        EXPECT_FALSE(braille::parseTable(text, t, problems)) << text;
-        ASSERT_FALSE(problems.empty()) << text;
-        EXPECT_NE(problems[0].what.find(expected), std::string::npos) << problems[0].what;
-    }
-    // A backslash before anything else is itself, as in names written before escapes.
-    EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
-    // The dots form stays strict about repeats; the size form may repeat a code.
-    EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
 }
 
 }  // namespace

@@ -2,9 +2,13 @@
 // and byte offset, `pumex inspect`), and pages made by the plug-in's encoders
 // read back: random pages of dot values, rendered pages in both orientations and
 // every body form, and the header's codes with the reader's names for them.
+// Streams a few bytes long that claim enormous pages are read within bounds:
+// memory and time follow what is read, not what a header says, and the limits
+// end the reading with a message.
 #include "../output/device_fixture.h"
 #include "output/stream.h"
-#include "stream_bytes.h"
+#include "stream_decode.h"
+#include "stream_picture.h"
 
 #include "diag/diag.h"
 #include "testkit.h"
@@ -18,9 +22,40 @@
 
 namespace {
 
-using namespace streamtest;
+using Bytes = std::vector<uint8_t>;
 using Form = formats::BodyForm;
 using fixtures::Device;
+
+// A page header with a correct checksum.
+Bytes header(uint8_t format, unsigned width, unsigned height, uint32_t byteCount = 0, uint8_t dot = 0x02,
+             uint8_t media = 0x10, uint8_t minForce = 1, uint8_t maxForce = 0)
+{
+    Bytes h = {0x1B, format, dot, media, minForce, (uint8_t)width, (uint8_t)(width >> 8), (uint8_t)height,
+               (uint8_t)(height >> 8), maxForce};
+    for (int shift = 0; shift < 32; shift += 8)
+        h.push_back((uint8_t)(byteCount >> shift));
+    uint16_t sum = formats::pageChecksum(h.data());
+    h.insert(h.end(), {(uint8_t)sum, (uint8_t)(sum >> 8)});
+    return h;
+}
+
+Bytes join(std::initializer_list<Bytes> parts)
+{
+    Bytes all;
+    for (const Bytes& p : parts)
+        all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+formats::DecodedStream decode(const Bytes& b, unsigned version = 3, size_t maxKeptCells = size_t(64) << 20,
+                              size_t maxPages = 10000)
+{
+    formats::DecodeOptions o;
+    o.version = version;
+    o.maxKeptCells = maxKeptCells;
+    o.maxPages = maxPages;
+    return formats::decodeStream(b.data(), b.size(), o);
+}
 
 // A sound 4 x 2 page in the row encoding: row 0 (7, 15, 0, 1), row 1 blank.
 const Bytes kPage = join({header(0x04, 4, 2), {0x00, 0x02, 0x07, 0x0F, 0x00, 0x01, 0xC0, 0x01}});
@@ -100,6 +135,74 @@ TEST(StreamDecode, DamagedStreamsNameThePageAndOffset)
         EXPECT_NE(s.problem.message.find(c.says), std::string::npos) << s.problem.message;
         EXPECT_EQ(s.pages.size(), c.page - 1) << c.says;  // the sound pages before it are kept
     }
+}
+
+// count pages of width x height cells, every row one blank-row token.
+Bytes blankPages(size_t count, unsigned width, unsigned height)
+{
+    Bytes all;
+    for (size_t p = 0; p < count; ++p) {
+        all = join({all, header(0x04, width, height)});
+        for (unsigned y = 0; y < height; ++y)
+            all.insert(all.end(), {0xC0, 0x01});
+    }
+    return all;
+}
+
+TEST(StreamBounds, KeptCellsFollowTheRowsReadWithinOneBudgetForTheStream)
+{
+    // Three pages of 1000 x 40 blank rows (80 bytes of rows each) against a budget of 100000 cells.
+    formats::DecodedStream s = decode(blankPages(3, 1000, 40), 3, 100000);
+    ASSERT_TRUE(s.ok) << s.problem.message;
+    std::vector<size_t> kept;
+    for (const formats::DecodedPage& p : s.pages)
+        kept.push_back(p.cellsKept ? p.cells.size() : 0);
+    EXPECT_EQ(kept, (std::vector<size_t>{40000, 40000, 0}));
+    EXPECT_EQ(s.pages[2].histogram[0], 40000u) << "pages past the budget are still counted";
+
+    // A wide page keeps the row it has; a header claiming 8000 x 8000 cells
+    // whose rows end after one is refused, nothing reserved for the claim.
+    formats::DecodedStream wide = decode(blankPages(1, 8000, 1));
+    ASSERT_TRUE(wide.ok);
+    EXPECT_LE(wide.pages[0].cells.capacity(), 16000u);
+    EXPECT_FALSE(decode(join({header(0x04, 8000, 8000), {0xC0, 0x01}})).ok);
+}
+
+TEST(StreamBounds, PagesOfNoWidthAndTooManyPagesEndTheReadingCleanly)
+{
+    const struct {
+        Bytes stream;
+        bool ok;
+        const char* says;
+    } cases[] = {
+        {header(0x84, 0, 3), true, ""},  // plain rows of no bytes
+        {blankPages(1, 0, 2), true, ""},
+        {blankPages(4, 2, 1), false, "more than 3 pages: no document is this long"},
+    };
+    for (const auto& c : cases) {
+        formats::DecodedStream s = decode(c.stream, 3, size_t(64) << 20, 3);
+        EXPECT_EQ(s.ok, c.ok) << s.problem.message;
+        EXPECT_EQ(s.problem.message, c.says);
+    }
+}
+
+TEST(StreamBounds, PicturesPastTheirSizeAreRefusedWithAWayOut)
+{
+    // One 16-byte header claiming 65535 x 65535 cells, read as a version without bodies.
+    formats::Picture picture;
+    std::string error;
+    EXPECT_FALSE(formats::drawStream(decode(header(0x04, 65535, 65535), 4, 64, 10), {}, picture, error));
+    EXPECT_NE(error.find("too large to draw"), std::string::npos) << error;
+    EXPECT_TRUE(picture.rgb.empty());
+
+    // A hundred real pages side by side are too wide; four a row fit.
+    Bytes pages;
+    for (int i = 0; i < 100; ++i)
+        pages = join({pages, header(0x04, 320, 500)});
+    formats::PictureOptions options;
+    options.pagesPerRow = 100;
+    EXPECT_FALSE(formats::drawStream(decode(pages, 4, 64, 1000), options, picture, error));
+    EXPECT_NE(error.find("; try --per-row 4"), std::string::npos) << error;
 }
 
 // Runs `pumex inspect` with the given arguments: its exit status, stdout and stderr.

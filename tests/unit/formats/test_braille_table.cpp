@@ -175,7 +175,7 @@ TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
         EXPECT_EQ(table, c.table);
         Table back = parsed(table);
         EXPECT_EQ(back.name, t.name) << table;
-        EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(back))), table) << "the rebuilt font, glyph for glyph";
+        EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(back))), table) << "the rebuilt font's glyphs";
     }
 }
 

@@ -78,10 +78,6 @@ std::string printerJson(const std::string& name, const std::string& configMember
            "  \"data\": { \"Config\": { " + configMembers + " } }\n}\n";
 }
 
-}  // namespace testkit
-
-namespace testkit {
-
 namespace {
 
 struct Faults {

@@ -24,6 +24,15 @@ Table parsed(const std::string& text)
     return table;
 }
 
+// The table a font holds (an empty one, after a failure, when it is no font).
+Table fromFont(const std::string& font)
+{
+    Table table;
+    std::string problem;
+    EXPECT_TRUE(braille::readFont(font, table, problem)) << problem;
+    return table;
+}
+
 TEST(BrailleTable, CharactersAndDotsAreWrittenAsATranscriberWould)
 {
     const std::pair<const char*, const char*> cases[] = {  // a line as written, and as pumex writes it back
@@ -43,6 +52,10 @@ TEST(BrailleTable, CharactersAndDotsAreWrittenAsATranscriberWould)
     EXPECT_EQ(std::make_pair(t.cells[0].line, t.cells[1].line), std::make_pair(4, 6));
     EXPECT_EQ(braille::formatTable(parsed("A 1\n")), "# cell: 6\nA 1\n");
     EXPECT_EQ(parsed("# name: " + std::string(127, 'n') + "\nA 1\n").name.size(), 127u);  // what a font holds
+    // A backslash before anything else is itself, as in names written before escapes.
+    EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
+    // The dots form stays strict about repeats; the size form may repeat a code.
+    EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
 }
 
 class Mkfont : public ::testing::Test {
@@ -74,10 +87,7 @@ TEST_F(Mkfont, FontsAreByteForByteAndReadBackIntoTheirTables)
     EXPECT_EQ(braille::writeFont(parsed("# name: AB\nA 1\n")), kExample);  // the smallest font
 
     const std::string text = "# name: Ünïcode ⠿\n# cell: 8\nU+2800 -\nz 1356\nU+0023 3456\nSPACE 78\n";
-    Table back;
-    std::string problem;
-    ASSERT_TRUE(braille::readFont(braille::writeFont(parsed(text)), back, problem)) << problem;
-    EXPECT_EQ(braille::formatTable(back), text);
+    EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(parsed(text)))), text);
 }
 
 TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
@@ -103,6 +113,13 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
         {std::string("# name: a\0b\nA 1\n", 16), "T:1: the name holds a zero character\n"},
         {"# name: a\\u0000b\nA 1\n", "T:1: the name holds a zero character\n"},
         {"# comments only\n\n", "T: no characters: a font needs at least one"},
+        {"A 3x2 o.o\n", "T:1: '3x2' takes 2 rows of positions, found 1"},
+        {"A 3x2 o.o .o\n", "T:1: row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
+        {"A 2x1 ox\n", "T:1: row 1 'ox' is not 2 positions"},
+        {"A 0x2 ..\n", "T:1: '0x2' takes 0 rows of positions, found 1"},
+        {"A 256x1 o\n", "T:1: expected a character and its dots, found 3 words"},
+        {"# name: a\\u12\nA 1\n", "T:1: '\\u' in the name takes four hexadecimal digits"},
+        {"# name: \\uD800\nA 1\n", "T:1: '\\uD800' in the name is half a character"},
     };
     for (const auto& [text, problem] : cases) {
         const std::string said = build(text, 1);
@@ -114,10 +131,6 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
     EXPECT_EQ(build("A 9\nB 7\nCD 1\n", 1), "T:1: dot 9 in '9': braille dots are 1 to 8\nT:2: dot 7 in a 6-dot table "
                                             "(add '# cell: 8' for 8-dot cells)\nT:3: 'CD' is more than one character "
                                             "(write one character, SPACE or U+XXXX)\n");
-    std::ostringstream err;
-    std::string bytes;
-    EXPECT_EQ(braille::buildFont(root.path() + "/none.txt", bytes, err), 1);
-    EXPECT_EQ(err.str(), root.path() + "/none.txt: cannot read: No such file or directory\n");
 }
 
 // A font file: header with the largest glyph's size and the name, then each
@@ -157,18 +170,12 @@ TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
         {u" edge", {{'A', 3, 2, "\x40\0\0"s}}, "# name: \\u0020edge\n# cell: 6\nA 1\n"},
     };
     for (const auto& c : cases) {
-        const std::string font = fontOf(c.name, c.glyphs);
-        Table t;
-        std::string problem;
-        ASSERT_TRUE(braille::readFont(font, t, problem)) << problem;
+        const Table t = fromFont(fontOf(c.name, c.glyphs));
         const std::string table = braille::formatTable(t);
         EXPECT_EQ(table, c.table);
         Table back = parsed(table);
         EXPECT_EQ(back.name, t.name) << table;
-        std::string again = braille::writeFont(back);
-        Table reread;
-        ASSERT_TRUE(braille::readFont(again, reread, problem)) << problem;
-        EXPECT_EQ(braille::formatTable(reread), table) << "the rebuilt font holds the same glyphs";
+        EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(back))), table) << "the rebuilt font's glyphs";
     }
 }
 
@@ -189,30 +196,6 @@ TEST(BrailleFont, OnlyFilesThatAreNoFontAreRefused)
         EXPECT_FALSE(braille::readFont(font, t, problem)) << expected;
         EXPECT_NE(problem.find(expected), std::string::npos) << problem;
     }
-}
-
-TEST(BrailleTable, TheSizeFormAndNameEscapesAreChecked)
-{
-    const std::pair<std::string, std::string> cases[] = {
-        {"A 3x2 o.o\n", "'3x2' takes 2 rows of positions, found 1"},
-        {"A 3x2 o.o .o\n", "row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
-        {"A 2x1 ox\n", "row 1 'ox' is not 2 positions"},
-        {"A 0x2 ..\n", "'0x2' takes 0 rows of positions, found 1"},
-        {"A 256x1 o\n", "expected a character and its dots, found 3 words"},
-        {"# name: a\\u12\nA 1\n", "'\\u' in the name takes four hexadecimal digits"},
-        {"# name: \\uD800\nA 1\n", "'\\uD800' in the name is half a character"},
-    };
-    for (const auto& [text, expected] : cases) {
-        Table t;
-        std::vector<braille::Problem> problems;
-        EXPECT_FALSE(braille::parseTable(text, t, problems)) << text;
-        ASSERT_FALSE(problems.empty()) << text;
-        EXPECT_NE(problems[0].what.find(expected), std::string::npos) << problems[0].what;
-    }
-    // A backslash before anything else is itself, as in names written before escapes.
-    EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
-    // The dots form stays strict about repeats; the size form may repeat a code.
-    EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
 }
 
 }  // namespace

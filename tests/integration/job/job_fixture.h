@@ -8,15 +8,21 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
 namespace jobtest {
 
+// A "Config" member of the printer file holding a dword.
+std::string dword(const std::string& name, int value);
+
 // The dot value a page of the test documents is filled with: page k (from 1)
 // is a grey that tone mapping with brightness and contrast 0 turns into dot
 // value k, so a decoded page names itself. 0 is a blank page.
 uint8_t greyForDot(int dot);
+
+host::RectOp rect(int x0, int y0, int x1, int y1, uint8_t grey);
 
 // A document of `pages` pages of pageCells x pageCells cells at 100 dpi
 // (rf 5), each page filled with its own grey.
@@ -26,6 +32,14 @@ host::JobSpec greyDocument(int pages, int copies, bool collate, int pageCells = 
 // hold (0 for a blank page). Fails the test when the stream does not decode.
 std::vector<int> pageIds(const std::vector<uint8_t>& stream);
 std::vector<int> pageIdsOfFile(const std::string& windowsPath);
+
+// The cells of one page of a stream that hold a dot, by (column, row).
+using CellAt = std::pair<unsigned, unsigned>;
+using Cells = std::map<CellAt, int>;
+Cells cellsOf(const std::vector<uint8_t>& stream, size_t page = 0);
+
+// The tracked allocation totals the log shows at each "hook(): " line.
+std::vector<std::string> allocationTotals(const std::string& log, const std::string& hook);
 
 // A program started by the plug-in during a job, as the platform saw it.
 struct Started {
@@ -47,7 +61,7 @@ protected:
     // Runs the job; the spooled bytes land in `spooled`, the programs the
     // job started (waited for) in `started`.
     void run(const host::JobSpec& job, const host::RunOptions& options = {});
-    // gTotalBytesAlloc at the document's start and end, from the log.
+    // Every document's end finds the allocation total where its start did.
     void expectAllocationsReturned() const;
 
     std::unique_ptr<testkit::TempRoot> root;

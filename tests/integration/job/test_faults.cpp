@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -19,16 +18,6 @@ namespace fs = std::filesystem;
 using testkit::Call;
 
 const char kPrinterFile[] = "/printers/Pumex Embosser.json";
-
-// The tracked totals the log shows at each document's start and end.
-std::vector<std::string> totals(const std::string& log, const char* hook)
-{
-    std::vector<std::string> found;
-    std::regex re(std::string(hook) + "\\(\\): gTotalBytesAlloc=(\\d+)");
-    for (auto m = std::sregex_iterator(log.begin(), log.end(), re); m != std::sregex_iterator(); ++m)
-        found.push_back((*m)[1]);
-    return found;
-}
 
 class FaultSweep : public jobtest::JobTest {
 protected:
@@ -39,11 +28,6 @@ protected:
     // The work with the nth call of one kind failing (Call::Count: none).
     // Returns whether that call was reached; the checks are made as it runs.
     bool runFailing(Call kind, unsigned nth, const Work& work);
-
-    std::string where(Call kind, unsigned nth) const
-    {
-        return std::string(testkit::callName(kind)) + " #" + std::to_string(nth);
-    }
 
     // Runs the work clean, counting the calls it makes, then once with each
     // of those calls failing.
@@ -66,7 +50,7 @@ bool FaultSweep::runFailing(Call kind, unsigned nth, const Work& work)
     std::string error;
     long blocks = 0;
     bool fired = false;
-    const std::string at = where(kind, nth);
+    const std::string at = std::string(testkit::callName(kind)) + " #" + std::to_string(nth);
     {
         testkit::FaultInjector faults(kind, nth);
         error = work(at);
@@ -83,8 +67,8 @@ bool FaultSweep::runFailing(Call kind, unsigned nth, const Work& work)
     }
     EXPECT_EQ(error.find('\n'), std::string::npos) << at << ": " << error;
     EXPECT_LE(blocks, 0) << at << ": blocks not given back\n" << root->log();
-    std::string log = root->log();
-    std::vector<std::string> starts = totals(log, "OEMStartDoc"), ends = totals(log, "OEMEndDoc");
+    std::vector<std::string> starts = jobtest::allocationTotals(root->log(), "OEMStartDoc");
+    std::vector<std::string> ends = jobtest::allocationTotals(root->log(), "OEMEndDoc");
     if (starts.size() == ends.size()) {  // a line lost to a failed log write proves nothing
         EXPECT_EQ(starts, ends) << at;
     }
@@ -118,16 +102,14 @@ void FaultSweep::sweep(const Work& work)
     original = testkit::readFile(root->path() + kPrinterFile);
     ASSERT_FALSE(runFailing(Call::Count, 0, work));
     afterClean = testkit::readFile(root->path() + kPrinterFile);
-    unsigned made[(int)Call::Count] = {};
-    std::copy(std::begin(counts), std::end(counts), std::begin(made));
     std::string calls;
     for (int k = 0; k < (int)Call::Count; ++k)
-        calls += std::string(k ? ", " : "") + testkit::callName((Call)k) + " " + std::to_string(made[k]);
+        calls += std::string(k ? ", " : "") + testkit::callName((Call)k) + " " + std::to_string(counts[k]);
     RecordProperty("calls", calls);
-    ASSERT_GT(made[(int)Call::Open], 0u);
-    ASSERT_GT(made[(int)Call::Alloc], 0u);
+    ASSERT_GT(counts[(int)Call::Open], 0u);
+    ASSERT_GT(counts[(int)Call::Alloc], 0u);
     for (int k = 0; k < (int)Call::Count; ++k)
-        for (unsigned n = 1; n <= made[k]; ++n)
+        for (unsigned n = 1; n <= counts[k]; ++n)
             runFailing((Call)k, n, work);
 }
 
@@ -142,10 +124,6 @@ TEST_F(FaultSweep, EveryCallOfAPreviewByControlStringFailingInTurn)
     sweep(jobtest::greyDocument(1, 1, true, 10));
     EXPECT_GT(counts[(int)Call::Fsync] * counts[(int)Call::Rename] * counts[(int)Call::Spawn], 0u);
 }
-
-}  // namespace
-
-namespace {
 
 // pumex print of a job file into a folder of the root where OUT, OUT-front
 // and OUT-back already hold something of the user's.

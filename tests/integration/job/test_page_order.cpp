@@ -5,8 +5,6 @@
 // decoded and compared with the order the driver promises its users.
 #include "job_fixture.h"
 
-#include <sstream>
-
 namespace {
 
 using jobtest::pageIds;
@@ -16,15 +14,6 @@ struct Case {
     bool interpoint, collate, preview;
     int printOdd, pages, copies;
 };
-
-std::string describe(const Case& c)
-{
-    std::ostringstream s;
-    s << (c.interpoint ? "interpoint" : "single-sided") << (c.collate ? ", collated" : ", uncollated")
-      << ", PrintOdd " << c.printOdd << (c.preview ? ", preview" : "") << ", " << c.pages << " pages, "
-      << c.copies << " copies";
-    return s.str();
-}
 
 // What the user gets: the stream to the spooler, and the files handed to the
 // dialog program (front, back) or to the viewer (front alone).
@@ -86,9 +75,8 @@ class PageOrder : public jobtest::JobTest {
 protected:
     Outcome print(const Case& c)
     {
-        printer("\"InterPoint\": {\"type\": \"dword\", \"value\": " + std::to_string(c.interpoint) +
-                "}, \"PrintOdd\": {\"type\": \"dword\", \"value\": " + std::to_string(c.printOdd) +
-                "}, \"Preview\": {\"type\": \"dword\", \"value\": " + std::to_string(c.preview) + "}");
+        printer(jobtest::dword("InterPoint", c.interpoint) + ", " + jobtest::dword("PrintOdd", c.printOdd) + ", " +
+                jobtest::dword("Preview", c.preview));
         run(jobtest::greyDocument(c.pages, c.copies, c.collate));
         Outcome o;
         o.spool = pageIds(spooled);
@@ -118,26 +106,29 @@ TEST_F(PageOrder, EveryCombinationGivesThePromisedOrder)
                         for (int copies : {1, 3}) {
                             if (!interpoint && printOdd != 0)
                                 continue;  // the odd/even choice is for double-sided documents
+                            SCOPED_TRACE(testing::Message()
+                                         << (interpoint ? "interpoint" : "single-sided")
+                                         << (collate ? ", collated" : ", uncollated") << ", PrintOdd " << printOdd
+                                         << (preview ? ", preview" : "") << ", " << pages << " pages, " << copies
+                                         << " copies");
                             Case c{interpoint, collate, preview, printOdd, pages, copies};
                             Outcome want = expected(c), got = print(c);
-                            EXPECT_EQ(got.spool, want.spool) << describe(c);
-                            EXPECT_EQ(got.front, want.front) << describe(c);
-                            EXPECT_EQ(got.back, want.back) << describe(c);
-                            EXPECT_EQ(got.helper, want.helper) << describe(c);
-                            expectAllocationsReturned();
+                            EXPECT_EQ(got.spool, want.spool);
+                            EXPECT_EQ(got.front, want.front);
+                            EXPECT_EQ(got.back, want.back);
+                            EXPECT_EQ(got.helper, want.helper);
                         }
+    expectAllocationsReturned();
 }
 
 TEST_F(PageOrder, NoCopiesWriteNoPageButStillStartTheDialog)
 {
     for (int copies : {0, -2}) {
+        SCOPED_TRACE(copies);
         Outcome got = print({true, true, false, 0, 3, copies});
-        EXPECT_TRUE(got.spool.empty());
-        EXPECT_TRUE(got.front.empty());
-        EXPECT_TRUE(got.back.empty());
-        EXPECT_EQ(got.helper, Outcome::DIALOG) << copies;
-        got = print({false, false, false, 0, 2, copies});
-        EXPECT_TRUE(got.spool.empty()) << copies;
+        EXPECT_TRUE(got.spool.empty() && got.front.empty() && got.back.empty());
+        EXPECT_EQ(got.helper, Outcome::DIALOG);
+        EXPECT_TRUE(print({false, false, false, 0, 2, copies}).spool.empty());
     }
 }
 
@@ -145,8 +136,7 @@ TEST_F(PageOrder, GraphicsPagesGetBlankBacksWhenAsked)
 {
     // A graphics page always lands on a front with a blank back; a page
     // without graphics (here: nothing drawn) takes the next side as it comes.
-    printer("\"InterPoint\": {\"type\": \"dword\", \"value\": 1}, \"InsertEmptyPage\": {\"type\": \"dword\", "
-            "\"value\": 1}");
+    printer(jobtest::dword("InterPoint", 1) + ", " + jobtest::dword("InsertEmptyPage", 1));
     host::JobSpec job = jobtest::greyDocument(3, 1, false);
     job.pages[1].ops.clear();
     run(job);

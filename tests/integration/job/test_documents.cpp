@@ -1,6 +1,6 @@
 // Whole documents through the host: the typical job byte for byte against a
-// stream built here from the stream's documented layout, a reset in the
-// middle of a document, and the helper programs on both ways of starting them.
+// stream built here from the stream's documented layout, and a reset in the
+// middle of a document.
 #include "job_fixture.h"
 
 #include <regex>
@@ -96,33 +96,6 @@ TEST_F(Documents, AResetInTheMiddleOfADocumentLosesNoPage)
         }
     }
     expectAllocationsReturned();
-}
-
-TEST_F(Documents, HelperProgramsStartOnBothWindowsGenerations)
-{
-    // Before Windows 6 the plug-in starts the dialog program itself; from 6 on
-    // the command module starts it. Either way it receives the same line.
-    for (unsigned major : {5u, 6u}) {
-        printer(jobtest::dword("InterPoint", 1));
-        host::RunOptions options;
-        options.windowsMajor = major;
-        run(jobtest::greyDocument(2, 1, false), options);
-        SCOPED_TRACE(testing::Message() << "Windows " << major);
-        ASSERT_EQ(started.size(), 1u);
-        const std::vector<std::string>& argv = started[0].argv;
-        ASSERT_EQ(argv.size(), 8u);
-        EXPECT_EQ(std::vector<std::string>(argv.begin(), argv.begin() + 6),
-                  (std::vector<std::string>{"C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll", "--error",
-                                            "33", "--printer", "Pumex Embosser", "--files"}));
-
-        printer(jobtest::dword("Preview", 1));
-        run(jobtest::greyDocument(1, 1, false), options);
-        ASSERT_EQ(started.size(), 1u);
-        ASSERT_EQ(started[0].argv.size(), 4u);
-        EXPECT_EQ(started[0].argv[0], PUMEX_TEST_ARGV_RECORDER);
-        EXPECT_EQ(started[0].argv[2] + " " + started[0].argv[3], "-printer Pumex Embosser");
-        EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[1]), (std::vector<int>{1}));
-    }
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 // The order of the pages a document ends with, for every combination of
 // double-sided printing, collation, the odd/even choice and preview, with
-// one, two and three pages and one and three copies: the spooled stream,
-// the front and back page files and the program started afterwards are
-// decoded and compared with the order the driver promises its users.
+// one, two and three pages and one and three copies, on both Windows
+// generations: the spooled stream, the front and back page files and the
+// program started afterwards are decoded and compared with the order the
+// driver promises its users.
 #include "job_fixture.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -37,87 +40,88 @@ std::vector<int> repeated(const std::vector<int>& pages, int copies, bool collat
 // The promised order, written from the user's point of view.
 Outcome expected(const Case& c)
 {
-    Outcome o;
     std::vector<int> pages;
     for (int p = 1; p <= c.pages; ++p)
         pages.push_back(p);
+    std::vector<int> out;  // to the spooler, or to the viewer with preview
     if (!c.interpoint) {
-        // Single-sided: every page, each copy adjacent unless collated.
-        std::vector<int> all = repeated(pages, c.copies, c.collate && c.copies > 1);
-        (c.preview ? o.front : o.spool) = all;
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
-        return o;
-    }
-    if (c.pages == 1) {
-        // One page has no back: it goes out alone, copies times.
-        (c.preview ? o.front : o.spool) = repeated(pages, c.copies, false);
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
-        return o;
-    }
-    if (pages.size() % 2)
-        pages.push_back(0);  // an odd document gets a blank last back
-    std::vector<int> fronts, backs;
-    for (size_t i = 0; i < pages.size(); ++i)
-        (i % 2 ? backs : fronts).push_back(pages[i]);
-    fronts = repeated(fronts, c.copies, c.collate);
-    backs = repeated(backs, c.copies, c.collate);
-    if (c.printOdd == 0) {
-        o.front = fronts, o.back = backs, o.helper = Outcome::DIALOG;
+        out = repeated(pages, c.copies, c.collate);  // each copy adjacent unless collated
+    } else if (c.pages == 1) {
+        out = repeated(pages, c.copies, false);  // one page has no back: it goes out alone, copies times
     } else {
-        std::vector<int>& side = c.printOdd == 1 ? fronts : backs;
-        (c.preview ? o.front : o.spool) = side;
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
+        if (pages.size() % 2)
+            pages.push_back(0);  // an odd document gets a blank last back
+        std::vector<int> fronts, backs;
+        for (size_t i = 0; i < pages.size(); ++i)
+            (i % 2 ? backs : fronts).push_back(pages[i]);
+        fronts = repeated(fronts, c.copies, c.collate);
+        backs = repeated(backs, c.copies, c.collate);
+        if (c.printOdd == 0)
+            return Outcome{{}, fronts, backs, Outcome::DIALOG};
+        out = c.printOdd == 1 ? fronts : backs;
     }
+    Outcome o;
+    (c.preview ? o.front : o.spool) = out;
+    o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
     return o;
 }
 
 class PageOrder : public jobtest::JobTest {
 protected:
-    Outcome print(const Case& c)
+    // Prints on the given Windows generation: before 6 the plug-in starts the
+    // dialog program itself, from 6 on the command module starts it; either
+    // way it receives the same line.
+    Outcome print(const Case& c, unsigned windowsMajor = 0)
     {
         printer(jobtest::dword("InterPoint", c.interpoint) + ", " + jobtest::dword("PrintOdd", c.printOdd) + ", " +
                 jobtest::dword("Preview", c.preview));
-        run(jobtest::greyDocument(c.pages, c.copies, c.collate));
+        host::RunOptions options;
+        options.windowsMajor = windowsMajor;
+        run(jobtest::greyDocument(c.pages, c.copies, c.collate), options);
+        const std::vector<std::string> dialog = {"C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll",
+                                                 "--error", "33", "--printer", "Pumex Embosser", "--files"};
         Outcome o;
         o.spool = pageIds(spooled);
         for (const jobtest::Started& s : started) {
-            if (s.argv.size() == 8 && s.argv[1] == "--error" && s.argv[2] == "33" && s.argv[5] == "--files") {
+            if (s.argv.size() == 8 && std::equal(dialog.begin(), dialog.end(), s.argv.begin())) {
                 o.helper = Outcome::DIALOG;
                 o.front = pageIdsOfFile(s.argv[6]);
                 o.back = pageIdsOfFile(s.argv[7]);
-            } else if (s.argv.size() == 4 && s.argv[2] == "-printer") {
+            } else if (s.argv.size() == 4 && s.argv[0] == PUMEX_TEST_ARGV_RECORDER && s.argv[2] == "-printer" &&
+                       s.argv[3] == "Pumex Embosser") {
                 o.helper = Outcome::VIEWER;
                 o.front = pageIdsOfFile(s.argv[1]);
             } else {
-                ADD_FAILURE() << "unexpected program " << s.argv[0];
+                ADD_FAILURE() << "unexpected program " << s.argv[0] << " with " << s.argv.size() << " arguments";
             }
         }
         return o;
     }
 };
 
-TEST_F(PageOrder, EveryCombinationGivesThePromisedOrder)
+TEST_F(PageOrder, EveryCombinationGivesThePromisedOrderOnBothWindowsGenerations)
 {
-    for (bool interpoint : {false, true})
-        for (bool collate : {false, true})
-            for (int printOdd : {0, 1, 2})
-                for (bool preview : {false, true})
-                    for (int pages : {1, 2, 3})
-                        for (int copies : {1, 3}) {
-                            if (!interpoint && printOdd != 0)
-                                continue;  // the odd/even choice is for double-sided documents
-                            SCOPED_TRACE(testing::Message()
-                                         << (interpoint ? "interpoint" : "single-sided")
-                                         << (collate ? ", collated" : ", uncollated") << ", PrintOdd " << printOdd
-                                         << (preview ? ", preview" : "") << ", " << pages << " pages, " << copies
-                                         << " copies");
-                            Case c{interpoint, collate, preview, printOdd, pages, copies};
-                            Outcome want = expected(c), got = print(c);
-                            EXPECT_EQ(got.spool, want.spool);
-                            EXPECT_EQ(got.front, want.front);
-                            EXPECT_EQ(got.back, want.back);
-                            EXPECT_EQ(got.helper, want.helper);
-                        }
+    for (unsigned windows : {5u, 6u})
+        for (bool interpoint : {false, true})
+            for (bool collate : {false, true})
+                for (int printOdd : {0, 1, 2})
+                    for (bool preview : {false, true})
+                        for (int pages : {1, 2, 3})
+                            for (int copies : {1, 3}) {
+                                if (!interpoint && printOdd != 0)
+                                    continue;  // the odd/even choice is for double-sided documents
+                                SCOPED_TRACE(testing::Message()
+                                             << "Windows " << windows << (interpoint ? ", interpoint" : ", single-sided")
+                                             << (collate ? ", collated" : ", uncollated") << ", PrintOdd " << printOdd
+                                             << (preview ? ", preview" : "") << ", " << pages << " pages, " << copies
+                                             << " copies");
+                                Case c{interpoint, collate, preview, printOdd, pages, copies};
+                                Outcome want = expected(c), got = print(c, windows);
+                                EXPECT_EQ(got.spool, want.spool);
+                                EXPECT_EQ(got.front, want.front);
+                                EXPECT_EQ(got.back, want.back);
+                                EXPECT_EQ(got.helper, want.helper);
+                            }
     expectAllocationsReturned();
 }
 

@@ -126,7 +126,7 @@ void JobTest::run(const host::JobSpec& job, const host::RunOptions& options)
     session->run(job, spool, options);
     PxWaitForStartedPrograms(
         [](void* context, int argc, const char* const* argv, DWORD) {
-            static_cast<std::vector<Started>*>(context)->push_back(Started{{argv, argv + argc}});
+            static_cast<decltype(started)*>(context)->emplace_back(argv, argv + argc);
         },
         &started);
 }

@@ -41,11 +41,6 @@ Cells cellsOf(const std::vector<uint8_t>& stream, size_t page = 0);
 // The tracked allocation totals the log shows at each "hook(): " line.
 std::vector<std::string> allocationTotals(const std::string& log, const std::string& hook);
 
-// A program started by the plug-in during a job, as the platform saw it.
-struct Started {
-    std::vector<std::string> argv;
-};
-
 // Runs one document through a session in a temporary system root whose
 // printer has the given extra "Config" values (brightness and contrast 0,
 // custom media with forces 3 and 20, log level 1, and the driver package's
@@ -58,8 +53,8 @@ protected:
     // Writes the printer with these extra "Config" members and, when given,
     // a font list (the members of its JSON object).
     void printer(const std::string& configMembers = "", const std::string& fontList = "");
-    // Runs the job; the spooled bytes land in `spooled`, the programs the
-    // job started (waited for) in `started`.
+    // Runs the job; the spooled bytes land in `spooled`, the command lines
+    // of the programs the job started (waited for) in `started`.
     void run(const host::JobSpec& job, const host::RunOptions& options = {});
     // Every document's end finds the allocation total where its start did.
     void expectAllocationsReturned() const;
@@ -67,7 +62,7 @@ protected:
     std::unique_ptr<testkit::TempRoot> root;
     std::unique_ptr<host::Session> session;
     std::vector<uint8_t> spooled;
-    std::vector<Started> started;
+    std::vector<std::vector<std::string>> started;
 };
 
 }  // namespace jobtest

@@ -91,8 +91,8 @@ TEST_F(Documents, AResetInTheMiddleOfADocumentLosesNoPage)
             EXPECT_NE(root->log().find("ResetDC(): OEMStartDoc() called from ResetDC()\n"), std::string::npos);
         } else {
             ASSERT_EQ(started.size(), 1u);
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[6]), (std::vector<int>{1, 3}));
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[7]), (std::vector<int>{2, 0}));
+            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][6]), (std::vector<int>{1, 3}));
+            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][7]), (std::vector<int>{2, 0}));
         }
     }
     expectAllocationsReturned();

@@ -82,17 +82,17 @@ protected:
                                                  "--error", "33", "--printer", "Pumex Embosser", "--files"};
         Outcome o;
         o.spool = pageIds(spooled);
-        for (const jobtest::Started& s : started) {
-            if (s.argv.size() == 8 && std::equal(dialog.begin(), dialog.end(), s.argv.begin())) {
+        for (const std::vector<std::string>& argv : started) {
+            if (argv.size() == 8 && std::equal(dialog.begin(), dialog.end(), argv.begin())) {
                 o.helper = Outcome::DIALOG;
-                o.front = pageIdsOfFile(s.argv[6]);
-                o.back = pageIdsOfFile(s.argv[7]);
-            } else if (s.argv.size() == 4 && s.argv[0] == PUMEX_TEST_ARGV_RECORDER && s.argv[2] == "-printer" &&
-                       s.argv[3] == "Pumex Embosser") {
+                o.front = pageIdsOfFile(argv[6]);
+                o.back = pageIdsOfFile(argv[7]);
+            } else if (argv.size() == 4 && argv[0] == PUMEX_TEST_ARGV_RECORDER && argv[2] == "-printer" &&
+                       argv[3] == "Pumex Embosser") {
                 o.helper = Outcome::VIEWER;
-                o.front = pageIdsOfFile(s.argv[1]);
+                o.front = pageIdsOfFile(argv[1]);
             } else {
-                ADD_FAILURE() << "unexpected program " << s.argv[0] << " with " << s.argv.size() << " arguments";
+                ADD_FAILURE() << "unexpected program " << argv[0] << " with " << argv.size() << " arguments";
             }
         }
         return o;
@@ -145,8 +145,8 @@ TEST_F(PageOrder, GraphicsPagesGetBlankBacksWhenAsked)
     job.pages[1].ops.clear();
     run(job);
     ASSERT_EQ(started.size(), 1u);
-    EXPECT_EQ(pageIdsOfFile(started[0].argv[6]), (std::vector<int>{1, 0, 3}));
-    EXPECT_EQ(pageIdsOfFile(started[0].argv[7]), (std::vector<int>{0, 0, 0}));
+    EXPECT_EQ(pageIdsOfFile(started[0][6]), (std::vector<int>{1, 0, 3}));
+    EXPECT_EQ(pageIdsOfFile(started[0][7]), (std::vector<int>{0, 0, 0}));
     expectAllocationsReturned();
 }
 

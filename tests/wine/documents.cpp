@@ -6,20 +6,12 @@
 #include "driver_uni.h"
 
 #include <cstdio>
+#include <fstream>
 #include <vector>
 
 namespace {
 
 const WCHAR kPrinter[] = WSTR("Pumex Embosser");
-
-// What the plug-in spools, through the host's helper interface.
-struct SpoolCollector {
-    std::vector<BYTE> bytes;
-    host::DriverUni uni{[this](const BYTE* data, DWORD size) {
-        bytes.insert(bytes.end(), data, data + size);
-        return true;
-    }};
-};
 
 // The driver's own document functions, which the plug-in calls on to.
 BOOL APIENTRY driverStartDoc(SURFOBJ*, PWSTR, DWORD) { return TRUE; }
@@ -36,13 +28,11 @@ PFN asPFN(Fn fn)
 struct Document {
     const char* name;
     SHORT dpi;
-    bool landscape;
-    bool banded;
+    bool landscape, banded;
     int pages;
     SHORT copies;
     bool collate;
-    DWORD dithering;
-    DWORD interpoint;
+    DWORD dithering, interpoint;
     DWORD printOdd;  // 1: front sides only, 2: back sides only (both to the spooler)
 };
 
@@ -68,6 +58,8 @@ const SHORT kPaperWidth = 2159, kPaperLength = 2794;
 // the top quarter, and a black square whose place moves with the page number.
 BYTE pageGrey(const Document& doc, int page, LONG x, LONG y, LONG width, LONG height)
 {
+    if (x >= width || y >= height)
+        return 255;
     if (y < height / 4)
         return (BYTE)(255 * x / width);
     LONG side = doc.dpi, left = side / 2 + page * side / 2, top = height / 2;
@@ -95,11 +87,9 @@ struct Surface {
     {
         for (LONG y = 0; y < so.sizlBitmap.cy; ++y) {
             BYTE* row = pixels.data() + (size_t)y * (size_t)so.lDelta;
-            for (LONG x = 0; x < so.sizlBitmap.cx; ++x) {
-                LONG px = x + origin.x, py = y + origin.y;
-                BYTE g = px < pageWidth && py < pageHeight ? pageGrey(doc, page, px, py, pageWidth, pageHeight) : 255;
-                row[3 * x] = row[3 * x + 1] = row[3 * x + 2] = g;
-            }
+            for (LONG x = 0; x < so.sizlBitmap.cx; ++x)
+                row[3 * x] = row[3 * x + 1] = row[3 * x + 2] =
+                    pageGrey(doc, page, x + origin.x, y + origin.y, pageWidth, pageHeight);
         }
     }
 };
@@ -117,20 +107,17 @@ struct Hooks {
     }
 };
 
-void setSetting(HANDLE printer, const WCHAR* name, DWORD value)
-{
-    SetPrinterDataExW(printer, WSTR("Config"), name, REG_DWORD, reinterpret_cast<LPBYTE>(&value), sizeof value);
-}
-
 // The printer's settings for one document; every one the documents vary is
 // written each time, so no document inherits another's.
 void writeSettings(HANDLE printer, const Document& doc)
 {
-    setSetting(printer, WSTR("DebugLevel"), 0);
-    setSetting(printer, WSTR("OutputVersion"), 3);
-    setSetting(printer, WSTR("Dithering"), doc.dithering);
-    setSetting(printer, WSTR("InterPoint"), doc.interpoint);
-    setSetting(printer, WSTR("PrintOdd"), doc.printOdd);
+    const std::pair<const WCHAR*, DWORD> settings[] = {{WSTR("DebugLevel"), 0},
+                                                       {WSTR("OutputVersion"), 3},
+                                                       {WSTR("Dithering"), doc.dithering},
+                                                       {WSTR("InterPoint"), doc.interpoint},
+                                                       {WSTR("PrintOdd"), doc.printOdd}};
+    for (auto [name, value] : settings)
+        SetPrinterDataExW(printer, WSTR("Config"), name, REG_DWORD, reinterpret_cast<LPBYTE>(&value), sizeof value);
 }
 
 DEVMODEW deviceMode(const Document& doc)
@@ -143,23 +130,26 @@ DEVMODEW deviceMode(const Document& doc)
     dm.dmPaperWidth = kPaperWidth;
     dm.dmPaperLength = kPaperLength;
     dm.dmCopies = doc.copies;
-    dm.dmPrintQuality = doc.dpi;
-    dm.dmYResolution = doc.dpi;
+    dm.dmPrintQuality = dm.dmYResolution = doc.dpi;
     dm.dmCollate = doc.collate ? DMCOLLATE_TRUE : DMCOLLATE_FALSE;
     return dm;
 }
 
-// One page in bands: the plug-in names each band's corner until (-1, -1).
-bool printBanded(const Hooks& hooks, const Document& doc, int page, Surface& band, LONG cx, LONG cy)
+// One page: whole with page send, or in bands whose corners the plug-in
+// names until (-1, -1).
+bool printPage(const Hooks& hooks, const Document& doc, int page, Surface& surface, LONG cx, LONG cy)
 {
-    auto startBanding = hooks.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding);
+    if (!doc.banded) {
+        surface.draw(doc, page, {0, 0}, cx, cy);
+        return hooks.get<PFN_DrvSendPage>(INDEX_DrvSendPage)(&surface.so);
+    }
     auto nextBand = hooks.get<PFN_DrvNextBand>(INDEX_DrvNextBand);
     POINTL origin{};
-    if (!startBanding(&band.so, &origin))
+    if (!hooks.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding)(&surface.so, &origin))
         return false;
     for (int guard = 0; guard < 64; ++guard) {
-        band.draw(doc, page, origin, cx, cy);
-        if (!nextBand(&band.so, &origin))
+        surface.draw(doc, page, origin, cx, cy);
+        if (!nextBand(&surface.so, &origin))
             return false;
         if (origin.x == -1 && origin.y == -1)
             return true;
@@ -167,17 +157,9 @@ bool printBanded(const Hooks& hooks, const Document& doc, int page, Surface& ban
     return false;
 }
 
-bool printWhole(const Hooks& hooks, const Document& doc, int page, Surface& whole, LONG cx, LONG cy)
+// The whole document, from device enable to disable.
+bool printDocument(IPrintOemUni* plugin, const Hooks& hooks, HANDLE printer, const Document& doc)
 {
-    whole.draw(doc, page, {0, 0}, cx, cy);
-    return hooks.get<PFN_DrvSendPage>(INDEX_DrvSendPage)(&whole.so);
-}
-
-// The whole document, from device enable to disable; the spooled bytes in out.
-bool printDocument(IPrintOemUni* plugin, const Hooks& hooks, HANDLE printer, const Document& doc,
-                   SpoolCollector& spool)
-{
-    spool.bytes.clear();
     DEVMODEW dm = deviceMode(doc);
     DEVOBJ device{};
     device.dwSize = sizeof device;
@@ -201,26 +183,14 @@ bool printDocument(IPrintOemUni* plugin, const Hooks& hooks, HANDLE printer, con
     LONG cx = doc.landscape ? along : across, cy = doc.landscape ? across : along;
     // Banded, the driver's surface is one band of a quarter page, cut along
     // the paper as GDI cuts it; whole, it is the page.
-    LONG sx = doc.banded && doc.landscape ? cx / 4 : cx, sy = doc.banded && !doc.landscape ? cy / 4 : cy;
-    Surface surface(sx, sy, &device);
+    Surface surface(doc.banded && doc.landscape ? cx / 4 : cx, doc.banded && !doc.landscape ? cy / 4 : cy, &device);
     bool ok = hooks.get<PFN_DrvStartDoc>(INDEX_DrvStartDoc)(&surface.so, const_cast<PWSTR>(WSTR("script")), 1);
-    for (int page = 0; ok && page < doc.pages; ++page) {
-        ok = hooks.get<PFN_DrvStartPage>(INDEX_DrvStartPage)(&surface.so);
-        ok = ok && (doc.banded ? printBanded(hooks, doc, page, surface, cx, cy)
-                               : printWhole(hooks, doc, page, surface, cx, cy));
-    }
+    for (int page = 0; ok && page < doc.pages; ++page)
+        ok = hooks.get<PFN_DrvStartPage>(INDEX_DrvStartPage)(&surface.so) &&
+             printPage(hooks, doc, page, surface, cx, cy);
     ok = hooks.get<PFN_DrvEndDoc>(INDEX_DrvEndDoc)(&surface.so, 0) && ok;
     plugin->DisablePDEV(&device);
     return ok;
-}
-
-bool writeFile(const std::string& path, const std::vector<BYTE>& bytes)
-{
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f)
-        return false;
-    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-    return std::fclose(f) == 0 && ok;
 }
 
 }  // namespace
@@ -232,19 +202,27 @@ void runDocuments(IPrintOemUni* plugin, const std::string& outDir, CheckLog& log
         log.fail("the printer \"Pumex Embosser\" cannot be opened");
         return;
     }
-    // The plug-in holds the helper interface until DisableDriver, as it may:
-    // the driver's own lives as long as the driver.
-    SpoolCollector spool;
-    plugin->PublishDriverInterface(&spool.uni);
+    // What the plug-in spools. It holds the helper interface until
+    // DisableDriver, as it may: the driver's own lives as long as the driver.
+    std::vector<BYTE> stream;
+    host::DriverUni uni{[&stream](const BYTE* data, DWORD size) {
+        stream.insert(stream.end(), data, data + size);
+        return true;
+    }};
+    plugin->PublishDriverInterface(&uni);
     Hooks hooks;
     log.expect(plugin->EnableDriver(PRINTER_OEMINTF_VERSION, sizeof hooks.table, &hooks.table) == S_OK,
                "EnableDriver before the documents");
     for (const Document& doc : kDocuments) {
         writeSettings(printer, doc);
-        log.expect(printDocument(plugin, hooks, printer, doc, spool), std::string(doc.name) + ": every hook succeeds");
-        const std::vector<BYTE>& stream = spool.bytes;
-        log.expect(!stream.empty(), std::string(doc.name) + ": the plug-in spooled a stream");
-        log.expect(writeFile(outDir + "/" + doc.name + ".prn", stream), std::string(doc.name) + ": stream written");
+        stream.clear();
+        std::string name = doc.name;
+        log.expect(printDocument(plugin, hooks, printer, doc), name + ": every hook succeeds");
+        log.expect(!stream.empty(), name + ": the plug-in spooled a stream");
+        std::ofstream file(outDir + "/" + name + ".prn", std::ios::binary);
+        file.write(reinterpret_cast<const char*>(stream.data()), (std::streamsize)stream.size());
+        file.close();
+        log.expect(!file.fail(), name + ": stream written");
         std::printf("%s: %zu bytes\n", doc.name, stream.size());
     }
     plugin->DisableDriver();

@@ -22,9 +22,8 @@ void checkFrame(IPrintOemUni* plugin, CheckLog& log)
                "DevMode(OEMDM_SIZE) asks for a private block");
 
     DRVENABLEDATA hooks{};
-    log.expect(plugin->EnableDriver(PRINTER_OEMINTF_VERSION, sizeof hooks, &hooks) == S_OK,
-               "EnableDriver succeeds");
-    log.expect(hooks.c == 29, "EnableDriver hands over 29 rows");
+    log.expect(plugin->EnableDriver(PRINTER_OEMINTF_VERSION, sizeof hooks, &hooks) == S_OK && hooks.c == 29,
+               "EnableDriver hands over 29 rows");
     std::set<ULONG> indexes;
     for (ULONG i = 0; i < hooks.c && hooks.pdrvfn; ++i) {
         log.expect(hooks.pdrvfn[i].pfn != nullptr, "every hook row has a function");

@@ -24,10 +24,9 @@ IPrintOemUni* createPlugin(HMODULE module)
 {
     auto getClassObject = reinterpret_cast<GetClassObjectFn>(
         reinterpret_cast<void (*)()>(GetProcAddress(module, "DllGetClassObject")));
-    if (!getClassObject)
-        return nullptr;
     IClassFactory* factory = nullptr;
-    if (FAILED(getClassObject(kPluginClass, IID_IClassFactory, reinterpret_cast<void**>(&factory))) || !factory)
+    if (!getClassObject || FAILED(getClassObject(kPluginClass, IID_IClassFactory, reinterpret_cast<void**>(&factory))) ||
+        !factory)
         return nullptr;
     IPrintOemUni* plugin = nullptr;
     HRESULT hr = factory->CreateInstance(nullptr, IID_IPrintOemUni, reinterpret_cast<void**>(&plugin));

@@ -4,6 +4,7 @@
 #include "driver_check.h"
 #include "resources/strings.h"
 
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -16,17 +17,12 @@ bool setText(HKEY key, const WCHAR* name, const WCHAR* text)
     return RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), bytes) == ERROR_SUCCESS;
 }
 
-std::string hex(unsigned value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%04X", value);
-    return text;
-}
-
 // One block of sixteen counted strings, checked against the table.
 void checkBlock(HMODULE module, const StringLanguage& entry, UINT block, CheckLog& log)
 {
-    std::string where = "language " + hex(entry.langId) + " block " + std::to_string(block);
+    char text[64];
+    std::snprintf(text, sizeof text, "language 0x%04X block %u", (unsigned)entry.langId, block);
+    const std::string where = text;
     HRSRC found = FindResourceExW(module, RT_STRING, MAKEINTRESOURCEW(block), entry.langId);
     HGLOBAL loaded = found ? LoadResource(module, found) : nullptr;
     const WCHAR* p = loaded ? static_cast<const WCHAR*>(LockResource(loaded)) : nullptr;

@@ -1,11 +1,14 @@
 #include "job_fixture.h"
 
 #include <algorithm>
-#include <array>
-#include <fstream>
 #include <regex>
 
 namespace jobtest {
+
+std::string dword(const std::string& name, int value)
+{
+    return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
+}
 
 uint8_t greyForDot(int dot)
 {
@@ -14,24 +17,25 @@ uint8_t greyForDot(int dot)
     return dot == 0 ? 255 : (uint8_t)(254 - 36 * (dot - 1));
 }
 
+host::RectOp rect(int x0, int y0, int x1, int y1, uint8_t grey)
+{
+    host::RectOp r;
+    r.x0 = x0, r.y0 = y0, r.x1 = x1, r.y1 = y1;
+    r.fill = {grey, grey, grey};
+    return r;
+}
+
 host::JobSpec greyDocument(int pages, int copies, bool collate, int pageCells)
 {
     host::JobSpec job;
     job.source = "test document";
     int16_t tenths = (int16_t)(pageCells * 5 * 254 / 100);  // pageCells x 5 pixels at 100 dpi
-    job.devmode.paperWidth = tenths;
-    job.devmode.paperLength = tenths;
-    job.devmode.printQuality = 100;
-    job.devmode.yResolution = 100;
+    job.devmode.paperWidth = job.devmode.paperLength = tenths;
+    job.devmode.printQuality = job.devmode.yResolution = 100;
     job.devmode.copies = (int16_t)copies;
     job.devmode.collate = collate;
-    for (int p = 1; p <= pages; ++p) {
-        host::RectOp fill;
-        fill.x1 = fill.y1 = 10000;
-        uint8_t g = greyForDot(p);
-        fill.fill = {g, g, g};
-        job.pages.push_back(host::PageSpec{{fill}});
-    }
+    for (int p = 1; p <= pages; ++p)
+        job.pages.push_back(host::PageSpec{{rect(0, 0, 10000, 10000, greyForDot(p))}});
     return job;
 }
 
@@ -55,6 +59,30 @@ std::vector<int> pageIdsOfFile(const std::string& windowsPath)
     return pageIds(std::vector<uint8_t>(bytes.begin(), bytes.end()));
 }
 
+Cells cellsOf(const std::vector<uint8_t>& stream, size_t index)
+{
+    formats::DecodedStream decoded = formats::decodeStream(stream.data(), stream.size());
+    EXPECT_TRUE(decoded.ok) << decoded.problem.message;
+    Cells cells;
+    if (index >= decoded.pages.size())
+        return cells;
+    const formats::DecodedPage& page = decoded.pages[index];
+    for (unsigned y = 0; y < page.header.height; ++y)
+        for (unsigned x = 0; x < page.columns; ++x)
+            if (int v = page.cells[(size_t)y * page.columns + x]; v != 0 && v != 255)
+                cells[{x, y}] = v;
+    return cells;
+}
+
+std::vector<std::string> allocationTotals(const std::string& log, const std::string& hook)
+{
+    std::vector<std::string> found;
+    std::regex re(hook + "\\(\\): gTotalBytesAlloc=(\\d+)");
+    for (auto m = std::sregex_iterator(log.begin(), log.end(), re); m != std::sregex_iterator(); ++m)
+        found.push_back((*m)[1]);
+    return found;
+}
+
 void JobTest::SetUp()
 {
     root = std::make_unique<testkit::TempRoot>();
@@ -75,11 +103,10 @@ void JobTest::TearDown()
 
 void JobTest::printer(const std::string& configMembers, const std::string& fontList)
 {
-    std::string members =
-        "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}, \"Brightness\": {\"type\": \"dword\", \"value\": 0}, "
-        "\"Contrast\": {\"type\": \"dword\", \"value\": 0}, \"MediaType\": {\"type\": \"dword\", \"value\": 286}, "
-        "\"MinCustPForce\": {\"type\": \"dword\", \"value\": 3}, \"MaxCustPForce\": {\"type\": \"dword\", \"value\": 20}, "
-        "\"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"" PUMEX_TEST_ARGV_RECORDER "\"}";
+    std::string members = dword("DebugLevel", 1) + ", " + dword("Brightness", 0) + ", " + dword("Contrast", 0) +
+                          ", " + dword("MediaType", 286) + ", " + dword("MinCustPForce", 3) + ", " +
+                          dword("MaxCustPForce", 20) +
+                          ", \"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"" PUMEX_TEST_ARGV_RECORDER "\"}";
     if (!configMembers.empty())
         members += ", " + configMembers;
     std::string json = testkit::printerJson("Pumex Embosser", members);
@@ -92,35 +119,24 @@ void JobTest::run(const host::JobSpec& job, const host::RunOptions& options)
 {
     spooled.clear();
     started.clear();
-    session->run(
-        job,
-        [this](const BYTE* data, DWORD size) {
-            spooled.insert(spooled.end(), data, data + size);
-            return true;
-        },
-        options);
+    auto spool = [this](const BYTE* data, DWORD size) {
+        spooled.insert(spooled.end(), data, data + size);
+        return true;
+    };
+    session->run(job, spool, options);
     PxWaitForStartedPrograms(
         [](void* context, int argc, const char* const* argv, DWORD) {
-            static_cast<std::vector<Started>*>(context)->push_back(Started{{argv, argv + argc}});
+            static_cast<decltype(started)*>(context)->emplace_back(argv, argv + argc);
         },
         &started);
 }
 
 void JobTest::expectAllocationsReturned() const
 {
-    // Every document's end finds the total where its start found it.
     std::string log = root->log();
-    auto totals = [&log](const char* pattern) {
-        std::vector<std::string> found;
-        std::regex re(pattern);
-        for (auto m = std::sregex_iterator(log.begin(), log.end(), re); m != std::sregex_iterator(); ++m)
-            found.push_back((*m)[1]);
-        return found;
-    };
-    std::vector<std::string> starts = totals("OEMStartDoc\\(\\): gTotalBytesAlloc=(\\d+)");
-    std::vector<std::string> ends = totals("OEMEndDoc\\(\\): gTotalBytesAlloc=(\\d+)");
+    std::vector<std::string> starts = allocationTotals(log, "OEMStartDoc");
     ASSERT_FALSE(starts.empty());
-    EXPECT_EQ(starts, ends);
+    EXPECT_EQ(starts, allocationTotals(log, "OEMEndDoc"));
 }
 
 }  // namespace jobtest

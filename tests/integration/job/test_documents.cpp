@@ -1,6 +1,6 @@
 // Whole documents through the host: the typical job byte for byte against a
-// stream built here from the stream's documented layout, a reset in the
-// middle of a document, and the helper programs on both ways of starting them.
+// stream built here from the stream's documented layout, and a reset in the
+// middle of a document.
 #include "job_fixture.h"
 
 #include <regex>
@@ -82,47 +82,20 @@ TEST_F(Documents, TheTypicalJobIsTwoCopiesOfThePageByteForByte)
 TEST_F(Documents, AResetInTheMiddleOfADocumentLosesNoPage)
 {
     for (bool interpoint : {false, true}) {
-        printer("\"InterPoint\": {\"type\": \"dword\", \"value\": " + std::to_string(interpoint) + "}");
-        host::JobSpec job = jobtest::greyDocument(3, 1, false);
+        printer(jobtest::dword("InterPoint", interpoint));
         host::RunOptions reset;
         reset.resetBeforePage = 1;
-        run(job, reset);
+        run(jobtest::greyDocument(3, 1, false), reset);
         if (!interpoint) {
             EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 2, 3}));
             EXPECT_NE(root->log().find("ResetDC(): OEMStartDoc() called from ResetDC()\n"), std::string::npos);
         } else {
             ASSERT_EQ(started.size(), 1u);
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[6]), (std::vector<int>{1, 3}));
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[7]), (std::vector<int>{2, 0}));
+            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][6]), (std::vector<int>{1, 3}));
+            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][7]), (std::vector<int>{2, 0}));
         }
     }
     expectAllocationsReturned();
-}
-
-TEST_F(Documents, HelperProgramsStartOnBothWindowsGenerations)
-{
-    // Before Windows 6 the plug-in starts the dialog program itself; from 6 on
-    // the command module starts it. Either way it receives the same line.
-    for (unsigned major : {5u, 6u}) {
-        printer("\"InterPoint\": {\"type\": \"dword\", \"value\": 1}");
-        host::RunOptions options;
-        options.windowsMajor = major;
-        run(jobtest::greyDocument(2, 1, false), options);
-        ASSERT_EQ(started.size(), 1u) << major;
-        const std::vector<std::string>& argv = started[0].argv;
-        ASSERT_EQ(argv.size(), 8u) << major;
-        EXPECT_EQ(argv[0], "C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll");
-        EXPECT_EQ(std::vector<std::string>(argv.begin() + 1, argv.begin() + 6),
-                  (std::vector<std::string>{"--error", "33", "--printer", "Pumex Embosser", "--files"}));
-
-        printer("\"Preview\": {\"type\": \"dword\", \"value\": 1}");
-        run(jobtest::greyDocument(1, 1, false), options);
-        ASSERT_EQ(started.size(), 1u) << major;
-        EXPECT_EQ(started[0].argv[0], PUMEX_TEST_ARGV_RECORDER);
-        EXPECT_EQ(started[0].argv[2], "-printer");
-        EXPECT_EQ(started[0].argv[3], "Pumex Embosser");
-        EXPECT_EQ(jobtest::pageIdsOfFile(started[0].argv[1]), (std::vector<int>{1}));
-    }
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -20,35 +19,81 @@ using testkit::Call;
 
 const char kPrinterFile[] = "/printers/Pumex Embosser.json";
 
-// The tracked totals the log shows at each document's start and end.
-std::vector<std::string> totals(const std::string& log, const char* hook)
-{
-    std::vector<std::string> found;
-    std::regex re(std::string(hook) + "\\(\\): gTotalBytesAlloc=(\\d+)");
-    for (auto m = std::sregex_iterator(log.begin(), log.end(), re); m != std::sregex_iterator(); ++m)
-        found.push_back((*m)[1]);
-    return found;
-}
-
 class FaultSweep : public jobtest::JobTest {
 protected:
     // One run of the work: "" or the one line it stopped with. It makes its
     // own checks of what it left, naming the failing call `at`.
     using Work = std::function<std::string(const std::string& at)>;
 
-    // The work with the nth call of one kind failing (Call::Count: none).
-    // Returns whether that call was reached; the checks are made as it runs.
-    bool runFailing(Call kind, unsigned nth, const Work& work);
-
-    std::string where(Call kind, unsigned nth) const
+    // The work with the nth call of one kind failing (Call::Count: none),
+    // and the checks of what it left.
+    void runFailing(Call kind, unsigned nth, const Work& work)
     {
-        return std::string(testkit::callName(kind)) + " #" + std::to_string(nth);
+        root->writePrinter("Pumex Embosser", original);
+        fs::remove(root->logPath());
+        const std::string at = std::string(testkit::callName(kind)) + " #" + std::to_string(nth);
+        std::string error;
+        long blocks = 0;
+        {
+            testkit::FaultInjector faults(kind, nth);
+            error = work(at);
+            session.reset();  // the driver disabled: everything it took is back
+            blocks = faults.outstandingBlocks();
+            for (int k = 0; kind == Call::Count && k < (int)Call::Count; ++k)
+                counts[k] = faults.count((Call)k);
+        }
+        session = std::make_unique<host::Session>(PUMEX_MODULE_PATH);
+        if (kind == Call::Count) {
+            EXPECT_EQ(error, "") << "with no fault";
+        }
+        EXPECT_EQ(error.find('\n'), std::string::npos) << at << ": " << error;
+        EXPECT_LE(blocks, 0) << at << ": blocks not given back\n" << root->log();
+        std::vector<std::string> starts = jobtest::allocationTotals(root->log(), "OEMStartDoc");
+        std::vector<std::string> ends = jobtest::allocationTotals(root->log(), "OEMEndDoc");
+        if (starts.size() == ends.size()) {  // a line lost to a failed log write proves nothing
+            EXPECT_EQ(starts, ends) << at;
+        }
+        std::string printer = testkit::readFile(root->path() + kPrinterFile);
+        if (kind != Call::Count && !controlStringFromJob) {
+            EXPECT_TRUE(printer == original || printer == afterClean) << at;
+        } else if (kind != Call::Count) {
+            char problem[512] = "";
+            EXPECT_TRUE(PxValidatePrinterFile((root->path() + kPrinterFile).c_str(), problem, sizeof problem))
+                << at << ": " << problem;
+        }
+        for (const fs::directory_entry& entry : fs::directory_iterator(root->path() + "/printers"))
+            EXPECT_NE(entry.path().extension(), ".tmp") << at << ": " << entry.path();
     }
 
     // Runs the work clean, counting the calls it makes, then once with each
     // of those calls failing.
-    void sweep(const Work& work);
-    void sweep(const host::JobSpec& job);
+    void sweep(const Work& work)
+    {
+        original = testkit::readFile(root->path() + kPrinterFile);
+        runFailing(Call::Count, 0, work);
+        afterClean = testkit::readFile(root->path() + kPrinterFile);
+        std::string calls;
+        for (int k = 0; k < (int)Call::Count; ++k)
+            calls += std::string(k ? ", " : "") + testkit::callName((Call)k) + " " + std::to_string(counts[k]);
+        RecordProperty("calls", calls);
+        ASSERT_GT(counts[(int)Call::Open], 0u);
+        ASSERT_GT(counts[(int)Call::Alloc], 0u);
+        for (int k = 0; k < (int)Call::Count; ++k)
+            for (unsigned n = 1; n <= counts[k]; ++n)
+                runFailing((Call)k, n, work);
+    }
+
+    void sweep(const host::JobSpec& job)
+    {
+        sweep([this, &job](const std::string&) -> std::string {
+            try {
+                run(job);
+            } catch (const host::HostError& e) {
+                return e.what();
+            }
+            return {};
+        });
+    }
 
     std::string original;    // the printer file before any document
     std::string afterClean;  // the printer file after a document with no fault
@@ -58,78 +103,6 @@ protected:
     bool controlStringFromJob = false;
     unsigned counts[(int)Call::Count] = {};
 };
-
-bool FaultSweep::runFailing(Call kind, unsigned nth, const Work& work)
-{
-    root->writePrinter("Pumex Embosser", original);
-    fs::remove(root->logPath());
-    std::string error;
-    long blocks = 0;
-    bool fired = false;
-    const std::string at = where(kind, nth);
-    {
-        testkit::FaultInjector faults(kind, nth);
-        error = work(at);
-        session.reset();  // the driver disabled: everything it took is back
-        blocks = faults.outstandingBlocks();
-        fired = faults.fired();
-        if (kind == Call::Count)
-            for (int k = 0; k < (int)Call::Count; ++k)
-                counts[k] = faults.count((Call)k);
-    }
-    session = std::make_unique<host::Session>(PUMEX_MODULE_PATH);
-    if (kind == Call::Count) {
-        EXPECT_EQ(error, "") << "with no fault";
-    }
-    EXPECT_EQ(error.find('\n'), std::string::npos) << at << ": " << error;
-    EXPECT_LE(blocks, 0) << at << ": blocks not given back\n" << root->log();
-    std::string log = root->log();
-    std::vector<std::string> starts = totals(log, "OEMStartDoc"), ends = totals(log, "OEMEndDoc");
-    if (starts.size() == ends.size()) {  // a line lost to a failed log write proves nothing
-        EXPECT_EQ(starts, ends) << at;
-    }
-    std::string printer = testkit::readFile(root->path() + kPrinterFile);
-    if (kind != Call::Count && !controlStringFromJob) {
-        EXPECT_TRUE(printer == original || printer == afterClean) << at;
-    } else if (kind != Call::Count) {
-        char problem[512] = "";
-        EXPECT_TRUE(PxValidatePrinterFile((root->path() + kPrinterFile).c_str(), problem, sizeof problem))
-            << at << ": " << problem;
-    }
-    for (const fs::directory_entry& entry : fs::directory_iterator(root->path() + "/printers"))
-        EXPECT_NE(entry.path().extension(), ".tmp") << at << ": " << entry.path();
-    return fired;
-}
-
-void FaultSweep::sweep(const host::JobSpec& job)
-{
-    sweep([this, &job](const std::string&) -> std::string {
-        try {
-            run(job);
-        } catch (const host::HostError& e) {
-            return e.what();
-        }
-        return {};
-    });
-}
-
-void FaultSweep::sweep(const Work& work)
-{
-    original = testkit::readFile(root->path() + kPrinterFile);
-    ASSERT_FALSE(runFailing(Call::Count, 0, work));
-    afterClean = testkit::readFile(root->path() + kPrinterFile);
-    unsigned made[(int)Call::Count] = {};
-    std::copy(std::begin(counts), std::end(counts), std::begin(made));
-    std::string calls;
-    for (int k = 0; k < (int)Call::Count; ++k)
-        calls += std::string(k ? ", " : "") + testkit::callName((Call)k) + " " + std::to_string(made[k]);
-    RecordProperty("calls", calls);
-    ASSERT_GT(made[(int)Call::Open], 0u);
-    ASSERT_GT(made[(int)Call::Alloc], 0u);
-    for (int k = 0; k < (int)Call::Count; ++k)
-        for (unsigned n = 1; n <= made[k]; ++n)
-            runFailing((Call)k, n, work);
-}
 
 TEST_F(FaultSweep, EveryCallOfADocumentFailingInTurn) { sweep(jobtest::greyDocument(2, 1, true, 10)); }
 
@@ -142,10 +115,6 @@ TEST_F(FaultSweep, EveryCallOfAPreviewByControlStringFailingInTurn)
     sweep(jobtest::greyDocument(1, 1, true, 10));
     EXPECT_GT(counts[(int)Call::Fsync] * counts[(int)Call::Rename] * counts[(int)Call::Spawn], 0u);
 }
-
-}  // namespace
-
-namespace {
 
 // pumex print of a job file into a folder of the root where OUT, OUT-front
 // and OUT-back already hold something of the user's.

@@ -4,41 +4,8 @@
 
 namespace {
 
-// The cells of every page of a stream, with their size.
-struct Cells {
-    unsigned width = 0, height = 0;
-    std::vector<uint8_t> dots;
-    int at(unsigned x, unsigned y) const { return dots.at((size_t)y * width + x); }
-};
-
-std::vector<Cells> decodeCells(const std::vector<uint8_t>& stream)
-{
-    formats::DecodedStream decoded = formats::decodeStream(stream.data(), stream.size());
-    EXPECT_TRUE(decoded.ok) << decoded.problem.message;
-    std::vector<Cells> pages;
-    for (const formats::DecodedPage& p : decoded.pages)
-        pages.push_back({p.columns, p.header.height, p.cells});
-    return pages;
-}
-
-// Positions of the cells that hold a dot.
-std::vector<std::pair<unsigned, unsigned>> dotsOf(const Cells& page)
-{
-    std::vector<std::pair<unsigned, unsigned>> at;
-    for (unsigned y = 0; y < page.height; ++y)
-        for (unsigned x = 0; x < page.width; ++x)
-            if (page.at(x, y) != 0 && page.at(x, y) != 255)
-                at.emplace_back(x, y);
-    return at;
-}
-
-host::RectOp rect(int x0, int y0, int x1, int y1, uint8_t grey)
-{
-    host::RectOp r;
-    r.x0 = x0, r.y0 = y0, r.x1 = x1, r.y1 = y1;
-    r.fill = {grey, grey, grey};
-    return r;
-}
+using jobtest::Cells;
+using jobtest::rect;
 
 class Layout : public jobtest::JobTest {};
 
@@ -48,14 +15,14 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
     // runs along the paper's length. One black cell at surface cell (2, 1).
     struct Want {
         int landscapeMode;
-        std::pair<unsigned, unsigned> cell;
+        jobtest::CellAt cell;
     } cases[] = {
         {1, {20 - 1 - 1, 2}},  // surface x down the page, y from right to left
         {0, {1, 30 - 1 - 2}},  // surface x up the page from the bottom, y left to right
     };
     for (const Want& want : cases) {
         for (bool banding : {true, false}) {
-            printer("\"LandscapeMode\": {\"type\": \"dword\", \"value\": " + std::to_string(want.landscapeMode) + "}");
+            printer(jobtest::dword("LandscapeMode", want.landscapeMode));
             host::JobSpec job = jobtest::greyDocument(1, 1, false);
             job.devmode.paperWidth = 254, job.devmode.paperLength = 381;
             job.devmode.landscape = true;
@@ -63,12 +30,13 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
             job.surface.bandHeight = 35;
             job.pages[0].ops = {rect(10, 5, 15, 10, 0)};
             run(job);
-            std::vector<Cells> pages = decodeCells(spooled);
-            ASSERT_EQ(pages.size(), 1u);
-            EXPECT_EQ(pages[0].width, 20u);
-            EXPECT_EQ(pages[0].height, 30u);
-            EXPECT_EQ(dotsOf(pages[0]), (std::vector<std::pair<unsigned, unsigned>>{want.cell}))
-                << "LandscapeMode " << want.landscapeMode << (banding ? ", bands" : ", whole page");
+            SCOPED_TRACE(testing::Message() << "LandscapeMode " << want.landscapeMode
+                                            << (banding ? ", bands" : ", whole page"));
+            formats::DecodedStream decoded = formats::decodeStream(spooled.data(), spooled.size());
+            ASSERT_EQ(decoded.pages.size(), 1u);
+            EXPECT_EQ(decoded.pages[0].columns, 20u);
+            EXPECT_EQ(decoded.pages[0].header.height, 30u);
+            EXPECT_EQ(jobtest::cellsOf(spooled), (Cells{{want.cell, 7}}));
         }
     }
 }
@@ -77,7 +45,7 @@ TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
 {
     // Magnification 2 of a page of four grey quarters: four pages, top-left,
     // bottom-left, top-right, bottom-right, each one quarter enlarged.
-    printer("\"Magnification\": {\"type\": \"dword\", \"value\": 2}");
+    printer(jobtest::dword("Magnification", 2));
     host::JobSpec job = jobtest::greyDocument(1, 1, false);
     job.surface.banding = false;
     job.pages[0].ops = {rect(0, 0, 50, 50, jobtest::greyForDot(1)), rect(0, 50, 50, 100, jobtest::greyForDot(2)),
@@ -97,18 +65,17 @@ TEST_F(Layout, AMagnifiedPageWithoutWhiteSpaceStartsAtItsContent)
     // Content only in the top-left quarter, from pixel (12, 13): one page whose
     // origin is that corner rounded down to a whole cell (10, 10); the 40-pixel
     // square, twice as large, covers cells 0 to 16 each way.
-    printer("\"Magnification\": {\"type\": \"dword\", \"value\": 2}, \"NoWhiteSpaceMagnification\": {\"type\": "
-            "\"dword\", \"value\": 1}");
+    printer(jobtest::dword("Magnification", 2) + ", " + jobtest::dword("NoWhiteSpaceMagnification", 1));
     host::JobSpec job = jobtest::greyDocument(1, 1, false);
     job.surface.banding = false;
     job.pages[0].ops = {rect(12, 13, 52, 53, 0)};
     run(job);
-    std::vector<Cells> pages = decodeCells(spooled);
-    ASSERT_EQ(pages.size(), 1u);
-    EXPECT_EQ(pages[0].at(0, 0), 0);
-    EXPECT_EQ(pages[0].at(1, 1), 7);
-    EXPECT_EQ(pages[0].at(15, 15), 7);
-    EXPECT_EQ(pages[0].at(17, 17), 0);
+    EXPECT_EQ(jobtest::pageIds(spooled).size(), 1u);
+    Cells cells = jobtest::cellsOf(spooled);
+    EXPECT_EQ(cells.count({0, 0}), 0u);
+    EXPECT_EQ((cells[{1, 1}]), 7);
+    EXPECT_EQ((cells[{15, 15}]), 7);
+    EXPECT_EQ(cells.count({17, 17}), 0u);
 
     // A page without content: one blank page.
     job.pages[0].ops.clear();

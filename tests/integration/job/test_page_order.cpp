@@ -1,11 +1,12 @@
 // The order of the pages a document ends with, for every combination of
 // double-sided printing, collation, the odd/even choice and preview, with
-// one, two and three pages and one and three copies: the spooled stream,
-// the front and back page files and the program started afterwards are
-// decoded and compared with the order the driver promises its users.
+// one, two and three pages and one and three copies, on both Windows
+// generations: the spooled stream, the front and back page files and the
+// program started afterwards are decoded and compared with the order the
+// driver promises its users.
 #include "job_fixture.h"
 
-#include <sstream>
+#include <algorithm>
 
 namespace {
 
@@ -16,15 +17,6 @@ struct Case {
     bool interpoint, collate, preview;
     int printOdd, pages, copies;
 };
-
-std::string describe(const Case& c)
-{
-    std::ostringstream s;
-    s << (c.interpoint ? "interpoint" : "single-sided") << (c.collate ? ", collated" : ", uncollated")
-      << ", PrintOdd " << c.printOdd << (c.preview ? ", preview" : "") << ", " << c.pages << " pages, "
-      << c.copies << " copies";
-    return s.str();
-}
 
 // What the user gets: the stream to the spooler, and the files handed to the
 // dialog program (front, back) or to the viewer (front alone).
@@ -48,96 +40,99 @@ std::vector<int> repeated(const std::vector<int>& pages, int copies, bool collat
 // The promised order, written from the user's point of view.
 Outcome expected(const Case& c)
 {
-    Outcome o;
     std::vector<int> pages;
     for (int p = 1; p <= c.pages; ++p)
         pages.push_back(p);
+    std::vector<int> out;  // to the spooler, or to the viewer with preview
     if (!c.interpoint) {
-        // Single-sided: every page, each copy adjacent unless collated.
-        std::vector<int> all = repeated(pages, c.copies, c.collate && c.copies > 1);
-        (c.preview ? o.front : o.spool) = all;
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
-        return o;
-    }
-    if (c.pages == 1) {
-        // One page has no back: it goes out alone, copies times.
-        (c.preview ? o.front : o.spool) = repeated(pages, c.copies, false);
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
-        return o;
-    }
-    if (pages.size() % 2)
-        pages.push_back(0);  // an odd document gets a blank last back
-    std::vector<int> fronts, backs;
-    for (size_t i = 0; i < pages.size(); ++i)
-        (i % 2 ? backs : fronts).push_back(pages[i]);
-    fronts = repeated(fronts, c.copies, c.collate);
-    backs = repeated(backs, c.copies, c.collate);
-    if (c.printOdd == 0) {
-        o.front = fronts, o.back = backs, o.helper = Outcome::DIALOG;
+        out = repeated(pages, c.copies, c.collate);  // each copy adjacent unless collated
+    } else if (c.pages == 1) {
+        out = repeated(pages, c.copies, false);  // one page has no back: it goes out alone, copies times
     } else {
-        std::vector<int>& side = c.printOdd == 1 ? fronts : backs;
-        (c.preview ? o.front : o.spool) = side;
-        o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
+        if (pages.size() % 2)
+            pages.push_back(0);  // an odd document gets a blank last back
+        std::vector<int> fronts, backs;
+        for (size_t i = 0; i < pages.size(); ++i)
+            (i % 2 ? backs : fronts).push_back(pages[i]);
+        fronts = repeated(fronts, c.copies, c.collate);
+        backs = repeated(backs, c.copies, c.collate);
+        if (c.printOdd == 0)
+            return Outcome{{}, fronts, backs, Outcome::DIALOG};
+        out = c.printOdd == 1 ? fronts : backs;
     }
+    Outcome o;
+    (c.preview ? o.front : o.spool) = out;
+    o.helper = c.preview ? Outcome::VIEWER : Outcome::NONE;
     return o;
 }
 
 class PageOrder : public jobtest::JobTest {
 protected:
-    Outcome print(const Case& c)
+    // Prints on the given Windows generation: before 6 the plug-in starts the
+    // dialog program itself, from 6 on the command module starts it; either
+    // way it receives the same line.
+    Outcome print(const Case& c, unsigned windowsMajor = 0)
     {
-        printer("\"InterPoint\": {\"type\": \"dword\", \"value\": " + std::to_string(c.interpoint) +
-                "}, \"PrintOdd\": {\"type\": \"dword\", \"value\": " + std::to_string(c.printOdd) +
-                "}, \"Preview\": {\"type\": \"dword\", \"value\": " + std::to_string(c.preview) + "}");
-        run(jobtest::greyDocument(c.pages, c.copies, c.collate));
+        printer(jobtest::dword("InterPoint", c.interpoint) + ", " + jobtest::dword("PrintOdd", c.printOdd) + ", " +
+                jobtest::dword("Preview", c.preview));
+        host::RunOptions options;
+        options.windowsMajor = windowsMajor;
+        run(jobtest::greyDocument(c.pages, c.copies, c.collate), options);
+        const std::vector<std::string> dialog = {"C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll",
+                                                 "--error", "33", "--printer", "Pumex Embosser", "--files"};
         Outcome o;
         o.spool = pageIds(spooled);
-        for (const jobtest::Started& s : started) {
-            if (s.argv.size() == 8 && s.argv[1] == "--error" && s.argv[2] == "33" && s.argv[5] == "--files") {
+        for (const std::vector<std::string>& argv : started) {
+            if (argv.size() == 8 && std::equal(dialog.begin(), dialog.end(), argv.begin())) {
                 o.helper = Outcome::DIALOG;
-                o.front = pageIdsOfFile(s.argv[6]);
-                o.back = pageIdsOfFile(s.argv[7]);
-            } else if (s.argv.size() == 4 && s.argv[2] == "-printer") {
+                o.front = pageIdsOfFile(argv[6]);
+                o.back = pageIdsOfFile(argv[7]);
+            } else if (argv.size() == 4 && argv[0] == PUMEX_TEST_ARGV_RECORDER && argv[2] == "-printer" &&
+                       argv[3] == "Pumex Embosser") {
                 o.helper = Outcome::VIEWER;
-                o.front = pageIdsOfFile(s.argv[1]);
+                o.front = pageIdsOfFile(argv[1]);
             } else {
-                ADD_FAILURE() << "unexpected program " << s.argv[0];
+                ADD_FAILURE() << "unexpected program " << argv[0] << " with " << argv.size() << " arguments";
             }
         }
         return o;
     }
 };
 
-TEST_F(PageOrder, EveryCombinationGivesThePromisedOrder)
+TEST_F(PageOrder, EveryCombinationGivesThePromisedOrderOnBothWindowsGenerations)
 {
-    for (bool interpoint : {false, true})
-        for (bool collate : {false, true})
-            for (int printOdd : {0, 1, 2})
-                for (bool preview : {false, true})
-                    for (int pages : {1, 2, 3})
-                        for (int copies : {1, 3}) {
-                            if (!interpoint && printOdd != 0)
-                                continue;  // the odd/even choice is for double-sided documents
-                            Case c{interpoint, collate, preview, printOdd, pages, copies};
-                            Outcome want = expected(c), got = print(c);
-                            EXPECT_EQ(got.spool, want.spool) << describe(c);
-                            EXPECT_EQ(got.front, want.front) << describe(c);
-                            EXPECT_EQ(got.back, want.back) << describe(c);
-                            EXPECT_EQ(got.helper, want.helper) << describe(c);
-                            expectAllocationsReturned();
-                        }
+    for (unsigned windows : {5u, 6u})
+        for (bool interpoint : {false, true})
+            for (bool collate : {false, true})
+                for (int printOdd : {0, 1, 2})
+                    for (bool preview : {false, true})
+                        for (int pages : {1, 2, 3})
+                            for (int copies : {1, 3}) {
+                                if (!interpoint && printOdd != 0)
+                                    continue;  // the odd/even choice is for double-sided documents
+                                SCOPED_TRACE(testing::Message()
+                                             << "Windows " << windows << (interpoint ? ", interpoint" : ", single-sided")
+                                             << (collate ? ", collated" : ", uncollated") << ", PrintOdd " << printOdd
+                                             << (preview ? ", preview" : "") << ", " << pages << " pages, " << copies
+                                             << " copies");
+                                Case c{interpoint, collate, preview, printOdd, pages, copies};
+                                Outcome want = expected(c), got = print(c, windows);
+                                EXPECT_EQ(got.spool, want.spool);
+                                EXPECT_EQ(got.front, want.front);
+                                EXPECT_EQ(got.back, want.back);
+                                EXPECT_EQ(got.helper, want.helper);
+                            }
+    expectAllocationsReturned();
 }
 
 TEST_F(PageOrder, NoCopiesWriteNoPageButStillStartTheDialog)
 {
     for (int copies : {0, -2}) {
+        SCOPED_TRACE(copies);
         Outcome got = print({true, true, false, 0, 3, copies});
-        EXPECT_TRUE(got.spool.empty());
-        EXPECT_TRUE(got.front.empty());
-        EXPECT_TRUE(got.back.empty());
-        EXPECT_EQ(got.helper, Outcome::DIALOG) << copies;
-        got = print({false, false, false, 0, 2, copies});
-        EXPECT_TRUE(got.spool.empty()) << copies;
+        EXPECT_TRUE(got.spool.empty() && got.front.empty() && got.back.empty());
+        EXPECT_EQ(got.helper, Outcome::DIALOG);
+        EXPECT_TRUE(print({false, false, false, 0, 2, copies}).spool.empty());
     }
 }
 
@@ -145,14 +140,13 @@ TEST_F(PageOrder, GraphicsPagesGetBlankBacksWhenAsked)
 {
     // A graphics page always lands on a front with a blank back; a page
     // without graphics (here: nothing drawn) takes the next side as it comes.
-    printer("\"InterPoint\": {\"type\": \"dword\", \"value\": 1}, \"InsertEmptyPage\": {\"type\": \"dword\", "
-            "\"value\": 1}");
+    printer(jobtest::dword("InterPoint", 1) + ", " + jobtest::dword("InsertEmptyPage", 1));
     host::JobSpec job = jobtest::greyDocument(3, 1, false);
     job.pages[1].ops.clear();
     run(job);
     ASSERT_EQ(started.size(), 1u);
-    EXPECT_EQ(pageIdsOfFile(started[0].argv[6]), (std::vector<int>{1, 0, 3}));
-    EXPECT_EQ(pageIdsOfFile(started[0].argv[7]), (std::vector<int>{0, 0, 0}));
+    EXPECT_EQ(pageIdsOfFile(started[0][6]), (std::vector<int>{1, 0, 3}));
+    EXPECT_EQ(pageIdsOfFile(started[0][7]), (std::vector<int>{0, 0, 0}));
     expectAllocationsReturned();
 }
 

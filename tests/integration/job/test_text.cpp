@@ -7,31 +7,22 @@
 #include "text_job.h"
 #include "text_services.h"
 
-#include <map>
+#include <algorithm>
 #include <set>
 
 namespace {
 
-using CellAt = std::pair<unsigned, unsigned>;  // column, row
-using Cells = std::map<CellAt, int>;           // every cell that is not blank, with its dot value
+using jobtest::CellAt;
+using jobtest::Cells;
 
 constexpr int kBrailleDot = 15;
+constexpr int kItalicGrey = 2;  // the italic marker colour (200, 200, 200) after tone mapping
+constexpr host::Rgb kEmboss{6, 7, 8};
+constexpr host::Rgb kInk{5, 6, 7};
 
-// The non-blank cells of the stream's first page (and only page).
-Cells cellsOf(const std::vector<uint8_t>& stream)
-{
-    formats::DecodedStream decoded = formats::decodeStream(stream.data(), stream.size());
-    EXPECT_TRUE(decoded.ok) << decoded.problem.message;
-    Cells cells;
-    if (decoded.pages.empty())
-        return cells;
-    const formats::DecodedPage& page = decoded.pages[0];
-    for (unsigned y = 0; y < page.header.height; ++y)
-        for (unsigned x = 0; x < page.columns; ++x)
-            if (int v = page.cells[(size_t)y * page.columns + x]; v != 0 && v != 255)
-                cells[{x, y}] = v;
-    return cells;
-}
+// A test font: "A" with dots at row 0 position 0 and row 1 position 1, "B" at
+// row 0 position 0 and row 2 position 1, the space blank; nothing else.
+const char* kTestTable = "A 15\nB 16\nSPACE -\n";
 
 braille::Table tableOf(const std::string& text)
 {
@@ -41,9 +32,10 @@ braille::Table tableOf(const std::string& text)
     return table;
 }
 
-// A test font: "A" with dots at row 0 position 0 and row 1 position 1, "B" at
-// row 0 position 0 and row 2 position 1, the space blank; nothing else.
-const char* kTestTable = "A 15\nB 16\nSPACE -\n";
+std::string bundledTable(const std::string& name)
+{
+    return testkit::readFile(std::string(PUMEX_TEST_DATA) + "/../../data/fonts/" + name + ".txt");
+}
 
 host::TextOp text(const std::string& s, const std::string& face, int x, int y, int size, host::Rgb color = {})
 {
@@ -52,27 +44,20 @@ host::TextOp text(const std::string& s, const std::string& face, int x, int y, i
     return op;
 }
 
-constexpr host::Rgb kEmboss{6, 7, 8};
-constexpr host::Rgb kInk{5, 6, 7};
-
 // Where the braille of a run lands at magnification 1: each glyph's cell at
 // its origin's column and the first cell row at or below the run's top.
-Cells brailleCells(const host::TextOp& op, const braille::Table& table, int rf, int top)
+Cells brailleCells(const host::TextOp& op, const braille::Table& table, int rf)
 {
+    static const unsigned kPos[8] = {0, 0, 0, 1, 1, 1, 0, 1}, kRow[8] = {0, 1, 2, 0, 1, 2, 3, 3};
     auto run = host::layoutText(op, {0, 0});
     Cells cells;
     for (size_t i = 0; i < run->glyphs.size(); ++i) {
-        unsigned column = (unsigned)(run->glyphs[i].ptl.x / rf), row = (unsigned)((top + rf - 1) / rf);
-        for (const braille::Cell& c : table.cells) {
-            if (c.code != run->codes[i])
-                continue;
-            for (int k = 0; k < 8; ++k) {
-                static const unsigned kPos[8] = {0, 0, 0, 1, 1, 1, 0, 1}, kRow[8] = {0, 1, 2, 0, 1, 2, 3, 3};
-                if (c.dots & (1 << k))
-                    cells[{column + kPos[k], row + kRow[k]}] = kBrailleDot;
-            }
-            break;
-        }
+        unsigned column = (unsigned)(run->glyphs[i].ptl.x / rf), row = (unsigned)((op.y + rf - 1) / rf);
+        auto cell = std::find_if(table.cells.begin(), table.cells.end(),
+                                 [&](const braille::Cell& c) { return c.code == run->codes[i]; });
+        for (int k = 0; cell != table.cells.end() && k < 8; ++k)
+            if (cell->dots & (1 << k))
+                cells[{column + kPos[k], row + kRow[k]}] = kBrailleDot;
     }
     return cells;
 }
@@ -110,17 +95,13 @@ protected:
         testkit::writeFile(path, braille::writeFont(tableOf(table)));
         return path;
     }
-    std::string bundled(const std::string& name)
-    {
-        return font(name, testkit::readFile(std::string(PUMEX_TEST_DATA) + "/../../data/fonts/" + name + ".txt"));
-    }
-    // The printer with the test font for "DejaVu Sans Mono" and the bundled
-    // Unicode patterns for "DejaVu Sans"; "DejaVu Serif" is not listed.
+    // The printer with the test font (or monoFont) for "DejaVu Sans Mono" and
+    // the bundled Unicode patterns for "DejaVu Sans"; "DejaVu Serif" is not listed.
     void printerWithFonts(const std::string& config = "", const std::string& monoFont = "")
     {
-        std::string mono = monoFont.empty() ? font("test", kTestTable) : monoFont;
-        printer(config, "\"DejaVu Sans Mono\": \"" + mono + "\", \"DejaVu Sans\": \"" + bundled("unicode-braille") +
-                            "\"");
+        std::string mono = monoFont.empty() ? font("test", kTestTable) : font(monoFont, bundledTable(monoFont));
+        std::string sans = font("unicode-braille", bundledTable("unicode-braille"));
+        printer(config, "\"DejaVu Sans Mono\": \"" + mono + "\", \"DejaVu Sans\": \"" + sans + "\"");
     }
     // One page of `cells` x `cells` cells at rf (print quality 20 rf).
     static host::JobSpec page(int rf, int cells, std::vector<host::Op> ops)
@@ -135,100 +116,68 @@ protected:
     Cells print(const host::JobSpec& job)
     {
         run(job);
-        return cellsOf(spooled);
+        return jobtest::cellsOf(spooled);
     }
 };
 
 TEST_F(Text, BrailleGlyphsSnapToTheDotGrid)
 {
-    // rf 6, magnification 1, a glyph with dots at row 0 position 0 and row 1
-    // position 1 at (50, 100): the origin moves to (48, 102), the dots land on
-    // pixels (48, 102) and (54, 108): cells (8, 17) and (9, 18).
-    const Cells expected{{{8, 17}, kBrailleDot}, {{9, 18}, kBrailleDot}};
+    // rf 6, magnification 1, "A" at (50, 100): the origin moves to (48, 102),
+    // the dots land on pixels (48, 102) and (54, 108): cells (8, 17) and
+    // (9, 18). Interpoint moves y to an even dot row. Vertical "B": row 0
+    // position 0 goes to (x0, y0 + 2 step), row 2 position 1 to
+    // (x0 + 2 step, y0 + step). Simulated italic greys the rest of the
+    // glyph's 2 x 3 grid, but not a space's.
+    constexpr int D = kBrailleDot, G = kItalicGrey;
     struct Case {
         const char* name;
-        const char* config;
+        std::string config;
+        const char* text;
+        int y;
+        bool vertical, italic;
+        Cells cells;
     } cases[] = {
-        {"magnification 1", ""},
-        {"magnification 0, raised to 1", "\"Magnification\": {\"type\": \"dword\", \"value\": 0}"},
+        {"magnification 1", "", "A", 100, false, false, {{{8, 17}, D}, {{9, 18}, D}}},
+        {"magnification 0, raised to 1", jobtest::dword("Magnification", 0), "A", 100, false, false,
+         {{{8, 17}, D}, {{9, 18}, D}}},
+        {"interpoint, y 100", jobtest::dword("InterPoint", 1), "A", 100, false, false, {{{8, 16}, D}, {{9, 17}, D}}},
+        {"interpoint, y 110", jobtest::dword("InterPoint", 1), "A", 110, false, false, {{{8, 18}, D}, {{9, 19}, D}}},
+        {"interpoint, y 95", jobtest::dword("InterPoint", 1), "A", 95, false, false, {{{8, 16}, D}, {{9, 17}, D}}},
+        {"vertical", "", "B", 100, true, false, {{{8, 19}, D}, {{10, 18}, D}}},
+        {"simulated italic, then a space", "", "A ", 100, false, true,
+         {{{8, 17}, D}, {{9, 17}, G}, {{8, 18}, G}, {{9, 18}, D}, {{8, 19}, G}, {{9, 19}, G}}},
     };
     for (const Case& c : cases) {
         printerWithFonts(c.config);
-        EXPECT_EQ(print(page(6, 40, {text("A", "DejaVu Sans Mono", 50, 100, 20)})), expected) << c.name;
+        host::TextOp op = text(c.text, "DejaVu Sans Mono", 50, c.y, 20);
+        op.vertical = c.vertical;
+        op.italic = c.italic;
+        EXPECT_EQ(print(page(6, 40, {op})), c.cells) << c.name;
     }
 }
 
-TEST_F(Text, InterpointPutsBrailleOnEvenDotRows)
+TEST_F(Text, LinesInMappedFacesGiveTheCellsOfTheirCharacters)
 {
-    struct Case {
-        int y;
-        unsigned row;  // of the glyph's first dot row
-    } cases[] = {{100, 16}, {110, 18}, {95, 16}};
-    printerWithFonts("\"InterPoint\": {\"type\": \"dword\", \"value\": 1}");
-    for (const Case& c : cases) {
-        const Cells expected{{{8, c.row}, kBrailleDot}, {{9, c.row + 1}, kBrailleDot}};
-        EXPECT_EQ(print(page(6, 40, {text("A", "DejaVu Sans Mono", 50, c.y, 20)})), expected) << "y " << c.y;
-    }
-}
-
-TEST_F(Text, AVerticalRunTurnsItsCellsAQuarterTurn)
-{
-    // "B": row 0 position 0 goes to (x0, y0 + 2 step), row 2 position 1 to
-    // (x0 + 2 step, y0 + step).
-    printerWithFonts();
-    host::TextOp op = text("B", "DejaVu Sans Mono", 50, 100, 20);
-    op.vertical = true;
-    EXPECT_EQ(print(page(6, 40, {op})), (Cells{{{8, 19}, kBrailleDot}, {{10, 18}, kBrailleDot}}));
-}
-
-TEST_F(Text, SimulatedItalicGreysTheWholeCellExceptForASpace)
-{
-    printerWithFonts();
-    host::TextOp op = text("A ", "DejaVu Sans Mono", 50, 100, 20);
-    op.italic = true;
-    Cells cells = print(page(6, 40, {op}));
-    std::set<CellAt> grid;
-    for (unsigned r = 17; r < 20; ++r)
-        for (unsigned c = 8; c < 10; ++c)
-            grid.insert({c, r});
-    EXPECT_EQ(keys(cells), grid);  // the space after it writes nothing
-    for (const auto& [at, value] : cells) {
-        bool dot = at == CellAt{8, 17} || at == CellAt{9, 18};
-        EXPECT_EQ(value == kBrailleDot, dot) << at.first << "," << at.second;
-        EXPECT_GT(value, 0);
-    }
-}
-
-TEST_F(Text, ALineInAMappedFaceGivesTheCellsOfItsCharacters)
-{
-    // Computer braille for the mono face; rf 6, every glyph two columns apart.
-    std::string computer = bundled("computer-braille");
-    printerWithFonts("", computer);
-    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
-                                                     "/../../data/fonts/computer-braille.txt"));
-    host::TextOp op = text("Braille 29, (x+y)!", "DejaVu Sans Mono", 13, 61, 20);
+    // Computer braille for the mono face, the Unicode patterns for the sans
+    // face; rf 6, every glyph two columns apart.
+    printerWithFonts("", "computer-braille");
+    host::TextOp line = text("Braille 29, (x+y)!", "DejaVu Sans Mono", 13, 61, 20);
+    Cells expected = brailleCells(line, tableOf(bundledTable("computer-braille")), 6);
+    EXPECT_GT(expected.size(), 20u);
     for (bool glyphIndex : {false, true}) {
-        op.glyphIndex = glyphIndex;
-        Cells expected = brailleCells(text(op.text, op.face, op.x, op.y, op.size), table, 6, op.y);
-        EXPECT_GT(expected.size(), 20u);
-        EXPECT_EQ(print(page(6, 80, {op})), expected) << (glyphIndex ? "glyph indices" : "characters");
+        line.glyphIndex = glyphIndex;
+        EXPECT_EQ(print(page(6, 80, {line})), expected) << (glyphIndex ? "glyph indices" : "characters");
     }
-}
 
-TEST_F(Text, AParagraphOfBraillePatternsCellByCell)
-{
-    printerWithFonts();
-    braille::Table table = braille::unicodePatternsTable();
     const char* lines[] = {"⠠⠞⠑⠭⠞ ⠊⠝ ⠃⠗⠁⠊⠇⠇⠑", "⣿⣀⡀⢀⠉⠒⠤", "⠁⠃⠉⠙⠑⠋⠛⠓⠊⠚"};
-    std::vector<host::Op> ops;
-    Cells expected;
+    std::vector<host::Op> paragraph;
+    expected.clear();
     for (int i = 0; i < 3; ++i) {
         host::TextOp op = text(lines[i], "DejaVu Sans", 7, 31 + 36 * i, 18);
-        ops.push_back(op);
-        Cells line = brailleCells(op, table, 6, op.y);
-        expected.insert(line.begin(), line.end());
+        paragraph.push_back(op);
+        expected.merge(brailleCells(op, braille::unicodePatternsTable(), 6));
     }
-    EXPECT_EQ(print(page(6, 100, ops)), expected);
+    EXPECT_EQ(print(page(6, 100, paragraph)), expected) << "a paragraph of braille patterns";
 }
 
 TEST_F(Text, TextAcrossABandBoundaryMatchesTheWholePage)
@@ -246,57 +195,41 @@ TEST_F(Text, TextAcrossABandBoundaryMatchesTheWholePage)
     }
 }
 
-TEST_F(Text, ShapesForEmbossColourAndMissingGlyphsPixelForPixel)
+TEST_F(Text, TextWithoutBrailleIsShapedPassedOnOrDroppedAndInkNeverEmbosses)
 {
     // rf 1: every pixel is a cell. The test font has no "é" and no "g".
-    struct Case {
-        const char* name;
-        host::TextOp op;
-    } cases[] = {
-        {"emboss colour, unlisted face", text("Shape", "DejaVu Serif", 10, 10, 40, kEmboss)},
-        {"missing from the braille font", text("ég", "DejaVu Sans Mono", 10, 10, 40)},
-    };
-    printerWithFonts();
-    for (const Case& c : cases) {
-        Cells cells = print(page(1, 200, {c.op}));
-        EXPECT_EQ(keys(cells), shapeOf(c.op)) << c.name;
-        for (const auto& [at, value] : cells)
-            ASSERT_EQ(value, kBrailleDot) << c.name;
-    }
-    EXPECT_NE(root->log().find("missing glyph: 233, printing image"), std::string::npos);
-}
-
-TEST_F(Text, OtherTextIsPassedOnOrDroppedAndInkNeverEmbosses)
-{
+    // Character shapes are stamped as the braille dot; text passed on is
+    // embossed as graphics, in its own colour's dot height.
+    enum Result { DROPPED, STAMPED, PASSED_ON };
     struct Case {
         const char* name;
         int embossStandardTexts;
         host::TextOp op;
-        bool passedOn;  // embossed as graphics
+        Result result;
     } cases[] = {
-        {"black, unlisted, dropped", 0, text("Ink", "DejaVu Serif", 10, 10, 40), false},
-        {"black, unlisted, passed on", 1, text("Ink", "DejaVu Serif", 10, 10, 40), true},
-        {"ink colour, unlisted", 1, text("Ink", "DejaVu Serif", 10, 10, 40, kInk), false},
-        {"ink colour, listed", 1, text("AB", "DejaVu Sans Mono", 10, 10, 40, kInk), false},
-        {"ink colour, missing glyphs", 1, text("ég", "DejaVu Sans Mono", 10, 10, 40, kInk), false},
+        {"emboss colour, unlisted face", 0, text("Shape", "DejaVu Serif", 10, 10, 40, kEmboss), STAMPED},
+        {"missing from the braille font", 0, text("ég", "DejaVu Sans Mono", 10, 10, 40), STAMPED},
+        {"black, unlisted, dropped", 0, text("Ink", "DejaVu Serif", 10, 10, 40), DROPPED},
+        {"black, unlisted, passed on", 1, text("Ink", "DejaVu Serif", 10, 10, 40), PASSED_ON},
+        {"ink colour, unlisted", 1, text("Ink", "DejaVu Serif", 10, 10, 40, kInk), DROPPED},
+        {"ink colour, listed", 1, text("AB", "DejaVu Sans Mono", 10, 10, 40, kInk), DROPPED},
+        {"ink colour, missing glyphs", 1, text("ég", "DejaVu Sans Mono", 10, 10, 40, kInk), DROPPED},
     };
     for (const Case& c : cases) {
-        printerWithFonts("\"EmbossStandardTexts\": {\"type\": \"dword\", \"value\": " +
-                         std::to_string(c.embossStandardTexts) + "}");
+        printerWithFonts(jobtest::dword("EmbossStandardTexts", c.embossStandardTexts));
         Cells cells = print(page(1, 200, {c.op}));
-        EXPECT_EQ(keys(cells), c.passedOn ? shapeOf(c.op) : std::set<CellAt>{}) << c.name;
+        EXPECT_EQ(keys(cells), c.result == DROPPED ? std::set<CellAt>{} : shapeOf(c.op)) << c.name;
+        for (const auto& [at, value] : cells)
+            ASSERT_TRUE(c.result != STAMPED || value == kBrailleDot) << c.name << ": " << value;
     }
+    EXPECT_NE(root->log().find("missing glyph: 233, printing image"), std::string::npos);
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
 {
     // Two copies of a page at rf 5: a heading in the mono face (computer
     // braille) and the bundled photograph under it.
-    printerWithFonts("", bundled("computer-braille"));
+    printerWithFonts("", "computer-braille");
     const std::string photo = std::string(PUMEX_TEST_DATA) + "/../../data/samples/landscape-photo.png";
     host::ImageRef picture{photo, 0, 0};
     std::string error;
@@ -309,15 +242,9 @@ TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
     job.devmode.copies = 2;
     run(job);
 
-    formats::DecodedStream decoded = formats::decodeStream(spooled.data(), spooled.size());
-    ASSERT_TRUE(decoded.ok) << decoded.problem.message;
-    ASSERT_EQ(decoded.pages.size(), 2u);
-    EXPECT_EQ(decoded.pages[0].cells, decoded.pages[1].cells);
-
-    Cells cells = cellsOf(spooled);
-    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
-                                                     "/../../data/fonts/computer-braille.txt"));
-    Cells expected = brailleCells(heading, table, 5, heading.y);
+    Cells cells = jobtest::cellsOf(spooled);
+    ASSERT_EQ(jobtest::pageIds(spooled).size(), 2u);
+    EXPECT_EQ(jobtest::cellsOf(spooled, 1), cells);
     Cells above, photograph;
     std::set<int> heights;
     for (const auto& [at, value] : cells) {
@@ -325,7 +252,7 @@ TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
         if (at.second >= 20)
             heights.insert(value);
     }
-    EXPECT_EQ(above, expected);
+    EXPECT_EQ(above, brailleCells(heading, tableOf(bundledTable("computer-braille")), 5));
     // The photograph: only graded dot heights, inside its own cells.
     EXPECT_GE(heights.size(), 5u);
     EXPECT_EQ(heights.count(kBrailleDot), 0u);
@@ -334,10 +261,6 @@ TEST_F(Text, TheTypicalJobHeadingAsBrailleAboveAGreyPhotograph)
             << at.first << "," << at.second;
     }
 }
-
-}  // namespace
-
-namespace {
 
 TEST(TextFile, LinesWrapAtSpacesAndFillPages)
 {
@@ -359,7 +282,7 @@ TEST(TextFile, LinesWrapAtSpacesAndFillPages)
 
 TEST_F(Text, ATextFilePrintsAsBraillePagesInTheFirstMappedFace)
 {
-    printerWithFonts("", bundled("computer-braille"));
+    printerWithFonts("", "computer-braille");
     host::ImageJobOptions options;
     std::string letter(70 * 30, 'x');  // 70 lines' worth of one long word: pages of cut lines
     host::JobSpec job = host::textJob("letter.txt", "Dear reader,\n" + letter, options);
@@ -372,19 +295,13 @@ TEST_F(Text, ATextFilePrintsAsBraillePagesInTheFirstMappedFace)
     EXPECT_EQ(laid->glyphs[1].ptl.x - laid->glyphs[0].ptl.x, 3 * 5);
 
     run(job);
-    braille::Table table = tableOf(testkit::readFile(std::string(PUMEX_TEST_DATA) +
-                                                     "/../../data/fonts/computer-braille.txt"));
     Cells firstLine;
-    for (const auto& [at, value] : cellsOf(spooled))
+    for (const auto& [at, value] : jobtest::cellsOf(spooled))
         if (at.second < (unsigned)(first.y / 5 + 4))
             firstLine[at] = value;
-    EXPECT_EQ(firstLine, brailleCells(first, table, 5, first.y));
+    EXPECT_EQ(firstLine, brailleCells(first, tableOf(bundledTable("computer-braille")), 5));
     EXPECT_THROW(host::textJob("bad.txt", "caf\xC3", options), host::JobError);
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(Text, TheHostsGdiCallsServeItsOwnHandlesOnly)
 {
@@ -410,9 +327,8 @@ TEST_F(Text, TheHostsGdiCallsServeItsOwnHandlesOnly)
 
     EXPECT_TRUE(DeleteObject(font));
     EXPECT_TRUE(DeleteDC(dc));
-    for (BOOL again : {DeleteDC(dc), DeleteObject(font), DeleteDC(reinterpret_cast<HDC>(&block))}) {
+    for (BOOL again : {DeleteDC(dc), DeleteObject(font), DeleteDC(reinterpret_cast<HDC>(&block))})
         EXPECT_FALSE(again);
-    }
     SetLastError(0xdeadbeef);
     EXPECT_EQ(SelectObject(dc, nullptr), nullptr);
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_HANDLE);

@@ -74,13 +74,12 @@ TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
     Folder dir;
     std::vector<std::string> paths;
     for (const Kind& kind : {Kind{"plain", false, 0, false}, Kind{"srgb-gamma", false, 1 / 2.2, false},
-                             Kind{"linear-gamma", false, 1.0, false}, Kind{"dark-gamma", false, 0.3, false},
-                             Kind{"interlaced", true, 0, false}, Kind{"transparent", false, 0, true}})
+                             Kind{"dark-gamma", false, 0.3, false}, Kind{"interlaced", true, 0, false},
+                             Kind{"transparent", false, 0, true}})
         paths.push_back(writeKind(dir, kind, 37, 23));
     paths.push_back(writeFormat(dir, "rgba", PNG_FORMAT_RGBA, 21, 9));
     paths.push_back(writeFormat(dir, "grey", PNG_FORMAT_GRAY, 21, 9));
     paths.push_back(writeFormat(dir, "rgb16", PNG_FORMAT_LINEAR_RGB, 21, 9));
-    paths.push_back(writeFormat(dir, "bgr", PNG_FORMAT_BGR, 21, 9));
     paths.push_back(dir.writePicture("simple.png", 1, 1));
     for (const std::string& path : paths)
         for (bool streamed : {true, false}) {
@@ -126,19 +125,6 @@ TEST(PictureReader, ABrokenPictureGetsReadPngsVerdict)
         reader.wait(c.firstWait, error);
         EXPECT_EQ(reader.wait(INT_MAX, error), readable) << c.name;
         EXPECT_EQ(error, expected) << c.name;
-    }
-}
-
-TEST(PictureReader, APictureLetGoWhileBeingReadStopsItsThread)
-{
-    Folder dir;
-    std::string path = dir.writePicture("big.png", 1500, 700);
-    for (int32_t rows : {0, 1, 350}) {
-        host::PictureReader reader(path, true);
-        std::string error;
-        if (rows) {
-            EXPECT_TRUE(reader.wait(rows, error)) << error;
-        }
     }
 }
 

@@ -36,10 +36,9 @@ Table fromFont(const std::string& font)
 TEST(BrailleTable, CharactersAndDotsAreWrittenAsATranscriberWould)
 {
     const std::pair<const char*, const char*> cases[] = {  // a line as written, and as pumex writes it back
-        {"A 1", "A 1"},           {"u+2813 521", "U+2813 125"}, {"U+23 3456", "U+0023 3456"},
-        {"SPACE -", "SPACE -"},   {"U+0020 0", "SPACE -"},      {"\t  é\t123456  ", "U+00E9 123456"},
-        {"⠓ 125", "U+2813 125"},  {"+ 346", "+ 346"},           {"U 136  # the letter U, with a comment", "U 136"},
-        {"1 2", "1 2"},           {"U+FFFF 87654321", "U+FFFF 12345678"},
+        {"A 1", "A 1"},           {"u+23 521", "U+0023 125"}, {"\t  ⠿\t123456  ", "U+283F 123456"},
+        {"SPACE -", "SPACE -"},   {"U+0020 0", "SPACE -"},    {"U+FFFF 87654321", "U+FFFF 12345678"},
+        {"U 136  # the letter U, with a comment", "U 136"},
     };
     for (const auto& [line, back] : cases) {
         Table t = parsed(std::string("# cell: 8\n") + line + "\n");
@@ -94,30 +93,21 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
 {
     const std::pair<std::string, std::string> cases[] = {
         {"A 1\nB 12\nA 2\n", "T:3: 'A' was already given on line 1\n"},
-        {"AB 1\n", "T:1: 'AB' is more than one character"},
-        {"A 19\n", "T:1: dot 9 in '19': braille dots are 1 to 8\n"},
         {"A 121\n", "T:1: dot 1 twice in '121'"},
         {"A 1x\n", "T:1: '1x' is not a list of dots"},
         {"A\n", "T:1: 'A' has no dots (write - for a blank cell)"},
         {"A 1 2\n", "T:1: expected a character and its dots, found 3 words"},
         {"U+1F600 1\n", "T:1: 'U+1F600' is beyond U+FFFF"},
-        {"\xF0\x9F\x98\x80 1\n", "T:1: '\xF0\x9F\x98\x80' is beyond U+FFFF: a font holds 16-bit character codes\n"},
         {"U+12G4 1\n", "T:1: 'U+12G4' is not a code"},
         {"\xC3 1\n", "T:1: '\xC3' is not UTF-8 text"},
-        {"\n\nA 127\n", "T:3: dot 7 in a 6-dot table (add '# cell: 8' for 8-dot cells)\n"},
         {"B 8\n# cell: 6\n", "T:1: dot 8 in a 6-dot table"},
         {"# cell: 9\nA 1\n", "T:1: '# cell: 9': a cell has 6 or 8 dots\n"},
-        {"# name: One\n# name: Two\nA 1\n", "T:2: '# name:' was already given on line 1\n"},
         {"# name:\nA 1\n", "T:1: '# name:' gives no name"},
         {"# name: " + std::string(128, 'n') + "\nA 1\n", "T:1: the name is longer than 127 characters\n"},
-        {std::string("# name: a\0b\nA 1\n", 16), "T:1: the name holds a zero character\n"},
         {"# name: a\\u0000b\nA 1\n", "T:1: the name holds a zero character\n"},
         {"# comments only\n\n", "T: no characters: a font needs at least one"},
         {"A 3x2 o.o\n", "T:1: '3x2' takes 2 rows of positions, found 1"},
         {"A 3x2 o.o .o\n", "T:1: row 2 '.o' is not 3 positions of 'o' (dot) or '.' (none)"},
-        {"A 2x1 ox\n", "T:1: row 1 'ox' is not 2 positions"},
-        {"A 0x2 ..\n", "T:1: '0x2' takes 0 rows of positions, found 1"},
-        {"A 256x1 o\n", "T:1: expected a character and its dots, found 3 words"},
         {"# name: a\\u12\nA 1\n", "T:1: '\\u' in the name takes four hexadecimal digits"},
         {"# name: \\uD800\nA 1\n", "T:1: '\\uD800' in the name is half a character"},
     };
@@ -165,9 +155,8 @@ TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
          "# name: AB\n# cell: 6\nA 1\nB 2x4 oo .. .. .o\nA 2x3 .. .. .o\n"},
         {u"Wide", {{'x', 2, 5, "\x44\x40\x11\x00"s}, {'y', 0, 3, ""}, {'z', 2, 0, ""}, {' ', 4, 2, "\0\0\0\x50"s}},
          "# name: Wide\n# cell: 8\nx 5x2 o.o.o .o.o.\ny 3x0\nz 0x2\nSPACE 78\n"},
-        {u"two\nlines\r\\ # x:\t", {{'A', 3, 2, "\x40\0\0"s}},
-         "# name: two\\u000Alines\\u000D\\\\ # x:\\u0009\n# cell: 6\nA 1\n"},
-        {u" edge", {{'A', 3, 2, "\x40\0\0"s}}, "# name: \\u0020edge\n# cell: 6\nA 1\n"},
+        {u" two\nlines\r\\ # x:\t", {{'A', 3, 2, "\x40\0\0"s}},
+         "# name: \\u0020two\\u000Alines\\u000D\\\\ # x:\\u0009\n# cell: 6\nA 1\n"},
     };
     for (const auto& c : cases) {
         const Table t = fromFont(fontOf(c.name, c.glyphs));
@@ -188,7 +177,6 @@ TEST(BrailleFont, OnlyFilesThatAreNoFontAreRefused)
         {good.substr(0, 10) + std::string(2, 0) + good.substr(12), "holds no glyphs"},
         {good.substr(0, good.size() - 1), "ends inside glyph 2 of 2 (U+0042)"},
         {good.substr(0, 27), "ends before glyph 2 of 2"},
-        {fontOf(u"", {{'A', 255, 255, std::string(255 * 64 - 1, 0)}}), "ends inside glyph 1 of 1"},
     };
     for (const auto& [font, expected] : cases) {
         Table t;

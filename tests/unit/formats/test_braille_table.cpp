@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 
 namespace {
@@ -55,6 +56,19 @@ TEST(BrailleTable, CharactersAndDotsAreWrittenAsATranscriberWould)
     EXPECT_EQ(parsed("# name: C:\\fonts\\\\x\nA 1\n").name, "C:\\fonts\\x");
     // The dots form stays strict about repeats; the size form may repeat a code.
     EXPECT_EQ(parsed("A 1\nA 2x3 .. .. ..\nA 1x1 o\n").cells.size(), 3u);
+}
+
+// The bundled computer-braille table is North American Braille ASCII.
+TEST(BrailleTable, TheBundledComputerBrailleIsNorthAmericanBrailleAscii)
+{
+    std::map<int, int> dots;
+    for (const braille::Cell& c : parsed(testkit::readFile(PUMEX_FONT_TABLE_DIR "/computer-braille.txt")).cells)
+        dots[c.code] = c.dots;
+    EXPECT_EQ(dots.size(), 95u);  // U+0020 to U+007E
+    const std::pair<char, int> known[] = {{' ', 0},    {'A', 0x01}, {'Z', 0x35}, {'#', 0x3C}, {'=', 0x3F}, {'0', 0x34},
+                                          {'1', 0x02}, {'@', 0x08}, {'_', 0x38}, {'!', 0x2E}, {'a', 0x01}, {'~', 0x18}};
+    for (const auto& [c, d] : known)
+        EXPECT_EQ(dots[c], d) << c;  // lower case like upper case
 }
 
 class Mkfont : public ::testing::Test {

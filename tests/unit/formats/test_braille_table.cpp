@@ -156,8 +156,8 @@ std::string fontOf(const std::u16string& name, const std::vector<FontGlyph>& gly
 }
 
 // Whatever the plug-in loads is dumped faithfully: glyphs of other sizes and
-// repeated codes in the size form, a name with line breaks escaped. The table
-// parses back into the same glyphs and the same name.
+// repeated codes in the size form, a name with line breaks escaped. (fuzz_font
+// checks that every dump parses back into the same font.)
 TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
 {
     const struct {
@@ -173,12 +173,7 @@ TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
          "# name: \\u0020two\\u000Alines\\u000D\\\\ # x:\\u0009\n# cell: 6\nA 1\n"},
     };
     for (const auto& c : cases) {
-        const Table t = fromFont(fontOf(c.name, c.glyphs));
-        const std::string table = braille::formatTable(t);
-        EXPECT_EQ(table, c.table);
-        Table back = parsed(table);
-        EXPECT_EQ(back.name, t.name) << table;
-        EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(back))), table) << "the rebuilt font's glyphs";
+        EXPECT_EQ(braille::formatTable(fromFont(fontOf(c.name, c.glyphs))), c.table);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "testkit.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
@@ -106,15 +105,6 @@ TEST_F(PumexFiles, InputsThatAreNoFileOfTheirKindAreToldByName)
         SCOPED_TRACE(c.args);
         expectRefusal(pumex(root, c.args), 1, c.says);
     }
-}
-
-TEST_F(PumexFiles, ReportsNameAnyFile)
-{
-    const std::string odd = root.path() + "/s\xFF.prn";  // a name that is not UTF-8
-    fs::copy_file(stream, odd);
-    Ran r = pumex(root, "inspect --json " + quoted(odd));
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_TRUE(nlohmann::json::accept(r.out)) << r.out;
 }
 
 // The environment is wrong, not an input: status 2 and one line. A printer

@@ -207,9 +207,9 @@ testkit::Ran inspect(const testkit::TempRoot& root, const std::string& args)
 
 TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
 {
-    // A sound page, then one whose rows are missing.
+    // A sound page, then one whose rows are missing, in a file whose name is not UTF-8.
     testkit::TempRoot root;
-    std::string file = root.path() + "/job.prn", png = root.path() + "/job.png";
+    std::string file = root.path() + "/job\xFF.prn", png = root.path() + "/job.png";
     Bytes stream = join({kPage, header(0x04, 170, 220, 0, 0x41, 0x27, 2, 14)});
     testkit::writeFile(file, std::string(stream.begin(), stream.end()));
 

@@ -125,24 +125,6 @@ TEST(Render, ACopyAtItsOwnSizeLandsEachPixelInTheTargetsFormat)
             }
 }
 
-// A copy within one surface reads the source as it was before the copy,
-// whichever way the two rectangles overlap.
-TEST(Render, ACopyOntoItsOwnSurfaceReadsTheSourceAsItWas)
-{
-    const POINTL shifts[] = {{3, 2}, {-3, -2}, {5, -1}, {-1, 4}, {0, 1}, {1, 0}};
-    for (auto format : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1})
-        for (POINTL shift : shifts) {
-            auto surface = patterned(41, 27, format, 3);
-            auto source = patterned(41, 27, format, 3);
-            RECTL to{6 + shift.x, 4 + shift.y, 33 + shift.x, 22 + shift.y}, all{0, 0, 41, 27};
-            auto expected = patterned(41, 27, format, 3);
-            host::copyRect(expected->obj(), all, to, source->obj(), {6, 4});
-            host::copyRect(surface->obj(), all, to, surface->obj(), {6, 4});
-            EXPECT_EQ(mismatches(*surface, [&](int x, int y) { return expected->pixel(x, y); }), 0)
-                << "format " << (int)format << ", shift (" << shift.x << ", " << shift.y << ")";
-        }
-}
-
 // Rectangles and lines cover exactly their pixels, in the colour the
 // surface's format stores (on 1 bpp: dark is black, light is white), up to
 // the surface's edge; every pixel beside them stays as it was.

@@ -133,46 +133,6 @@ TEST_F(Mkfont, BadTablesAreToldByFileAndLineAndWriteNothing)
                                             "(write one character, SPACE or U+XXXX)\n");
 }
 
-// A font file: header with the largest glyph's size and the name, then each
-// glyph as code, height, width, three skipped bytes and its rows.
-struct FontGlyph {
-    uint16_t code;
-    int rows, positions;
-    std::string bits;
-};
-std::string fontOf(const std::u16string& name, const std::vector<FontGlyph>& glyphs)
-{
-    std::string f = "DP" + std::string(8, '\0');
-    f += {(char)(glyphs.size() >> 8), (char)glyphs.size(), 4, 8, 0, 0, (char)(name.size() * 2)};
-    for (char16_t u : name)
-        f += {(char)(u & 0xFF), (char)(u >> 8)};
-    for (const FontGlyph& g : glyphs)
-        f += std::string{(char)(g.code >> 8), (char)g.code, (char)g.rows, (char)g.positions, 0, 0, 0} + g.bits;
-    return f;
-}
-
-// Whatever the plug-in loads is dumped faithfully: glyphs of other sizes and
-// repeated codes in the size form, a name with line breaks escaped. (fuzz_font
-// checks that every dump parses back into the same font.)
-TEST(BrailleFont, FontsThePluginLoadsAreDumpedFaithfully)
-{
-    const struct {
-        std::u16string name;
-        std::vector<FontGlyph> glyphs;
-        std::string table;
-    } cases[] = {
-        {u"AB", {{'A', 3, 2, "\x40\0\0"s}, {'B', 4, 2, "\x50\0\0\x10"s}, {'A', 3, 2, "\0\0\x10"s}},
-         "# name: AB\n# cell: 6\nA 1\nB 2x4 oo .. .. .o\nA 2x3 .. .. .o\n"},
-        {u"Wide", {{'x', 2, 5, "\x44\x40\x11\x00"s}, {'y', 0, 3, ""}, {'z', 2, 0, ""}, {' ', 4, 2, "\0\0\0\x50"s}},
-         "# name: Wide\n# cell: 8\nx 5x2 o.o.o .o.o.\ny 3x0\nz 0x2\nSPACE 78\n"},
-        {u" two\nlines\r\\ # x:\t", {{'A', 3, 2, "\x40\0\0"s}},
-         "# name: \\u0020two\\u000Alines\\u000D\\\\ # x:\\u0009\n# cell: 6\nA 1\n"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(braille::formatTable(fromFont(fontOf(c.name, c.glyphs))), c.table);
-    }
-}
-
 TEST(BrailleFont, OnlyFilesThatAreNoFontAreRefused)
 {
     const std::string good = braille::writeFont(parsed("A 1\nB 12\n"));

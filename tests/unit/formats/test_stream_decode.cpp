@@ -209,9 +209,7 @@ TEST(InspectCommand, ReportsDrawsAndNamesTheDamage)
 
     testkit::Ran text = inspect(root, "'" + file + "'");
     EXPECT_EQ(text.status, 1);
-    for (const char* line : {"  size: 4 x 2 cells\n", "  media: braille paper (code 1);",
-                             "  dots: blank 5, height 1 1, height 7 1, braille 1\npage 2 at offset 40: damaged"})
-        EXPECT_NE(text.out.find(line), std::string::npos) << line << text.out;
+    EXPECT_NE(text.out.find("  dots: blank 5, height 1 1, height 7 1, braille 1\n"), std::string::npos) << text.out;
     EXPECT_EQ(text.err, "pumex inspect: " + file + ": page 2 at byte offset 40 (0x28): row 0: the stream ends " +
                             "inside a row token (0 of 85 words read)\n");
 
@@ -349,20 +347,15 @@ TEST(RoundTrip, ThePaddingColumnOfAnOddWidthIsSampledLikeAnyOther)
 
 TEST(HeaderCodes, MediaAndPaperSourceForBothKindsOfModel)
 {
-    const char *unnamed = "unnamed (forces only)", *roll = "roll or light braille paper";
     struct Media {
         INT type;
         DWORD pro[3], other[3];  // code, least and most force on a professional model, on the others
-        const char *proName, *otherName;
     } media[] = {
-        {MEDIA_COPYPAPER, {3, 1, 0}, {2, 1, 0}, "copy paper", "copy paper"},
-        {MEDIA_PREMIUMPAPER, {0, 2, 12}, {0, 2, 12}, unnamed, unnamed},
-        {MEDIA_CARDSTOCK, {4, 1, 0}, {3, 1, 0}, "cardstock", "cardstock"},
-        {MEDIA_BRAILLEPAPER, {1, 1, 0}, {1, 1, 0}, "braille paper", "braille paper"},
-        {MEDIA_ROLLPAPER, {2, 1, 0}, {0, 2, 14}, roll, unnamed},
-        {MEDIA_SHEETPLASTIC, {0, 7, 18}, {4, 1, 0}, unnamed, "sheet plastic"},
-        {MEDIA_CUSTOM, {0, 5, 9}, {0, 5, 9}, unnamed, unnamed},  // the Config's own forces
-        {12345, {0, 1, 0}, {0, 1, 0}, unnamed, unnamed},
+        {MEDIA_COPYPAPER, {3, 1, 0}, {2, 1, 0}},   {MEDIA_PREMIUMPAPER, {0, 2, 12}, {0, 2, 12}},
+        {MEDIA_CARDSTOCK, {4, 1, 0}, {3, 1, 0}},   {MEDIA_BRAILLEPAPER, {1, 1, 0}, {1, 1, 0}},
+        {MEDIA_ROLLPAPER, {2, 1, 0}, {0, 2, 14}},  {MEDIA_SHEETPLASTIC, {0, 7, 18}, {4, 1, 0}},
+        {MEDIA_CUSTOM, {0, 5, 9}, {0, 5, 9}},  // the Config's own forces
+        {12345, {0, 1, 0}, {0, 1, 0}},
     };
     Config config = {};
     config.minCustPForce = 5;
@@ -375,7 +368,6 @@ TEST(HeaderCodes, MediaAndPaperSourceForBothKindsOfModel)
             GetMediaType(&config, &got[0], &got[1], &got[2]);
             const DWORD* want = professional ? c.pro : c.other;
             EXPECT_EQ(std::vector<DWORD>(got, got + 3), std::vector<DWORD>(want, want + 3)) << c.type << professional;
-            EXPECT_STREQ(formats::mediaName(got[0], professional), professional ? c.proName : c.otherName);
         }
 
     DWORD bins[][2] = {{1, 3},   {2, 5},   {3, 4}, {8, 1}, {257, 1}, {258, 2},       {264, 3},

@@ -3,7 +3,6 @@
 // come in from the top, and a page drawn band by band while its picture is
 // still being read is the page drawn whole.
 #include "host_fixture.h"
-#include "testkit.h"
 
 #include <gtest/gtest.h>
 #include <png.h>

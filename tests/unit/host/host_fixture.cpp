@@ -1,22 +1,10 @@
 #include "host_fixture.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 namespace hosttest {
-
-Folder::Folder()
-{
-    std::string pattern = (std::filesystem::temp_directory_path() / "pumex-host-XXXXXX").string();
-    path_ = mkdtemp(&pattern[0]) ? pattern : "";
-}
-
-Folder::~Folder() { std::filesystem::remove_all(path_); }
 
 std::string Folder::write(const std::string& name, const std::string& text) const
 {
-    std::ofstream(path(name), std::ios::binary) << text;
+    testkit::writeFile(path(name), text);
     return path(name);
 }
 

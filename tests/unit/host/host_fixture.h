@@ -7,6 +7,7 @@
 #include "page_replay.h"
 #include "png_image.h"
 #include "surface.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +16,13 @@
 
 namespace hosttest {
 
-// A temporary folder, removed with everything in it at the end of the test.
-class Folder {
+// A temporary folder (a fresh system root), removed at the end of the test.
+class Folder : public testkit::TempRoot {
 public:
-    Folder();
-    ~Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    std::string path(const std::string& name) const { return path_ + "/" + name; }
+    std::string path(const std::string& name) const { return TempRoot::path() + "/" + name; }
     std::string write(const std::string& name, const std::string& text) const;
     // A picture whose pixel (i, j) is pictureColor(i, j).
     std::string writePicture(const std::string& name, int width, int height) const;
-
-private:
-    std::string path_;
 };
 
 host::Rgb pictureColor(int i, int j);

@@ -1,11 +1,15 @@
 // Braille tables and the font files pumex mkfont makes of them: the table
 // form, the refusals with their line numbers, the cell layout in the file,
 // and the way back from a font to its table.
+#include "braille/dpfont.h"
 #include "braille_table.h"
+#include "config/config.h"
+#include "diag/diag.h"
 #include "testkit.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <sstream>
 
@@ -67,6 +71,41 @@ TEST(BrailleTable, TheBundledComputerBrailleIsNorthAmericanBrailleAscii)
                                           {'1', 0x02}, {'@', 0x08}, {'_', 0x38}, {'!', 0x2E}, {'a', 0x01}, {'~', 0x18}};
     for (const auto& [c, d] : known)
         EXPECT_EQ(dots[c], d) << c;  // lower case like upper case
+}
+
+// The bundled printer in a fresh root, with the built fonts where its font list
+// says they are: each listed face loads the font made of its table.
+TEST(BrailleTable, TheBundledPrintersFacesLoadTheBundledFonts)
+{
+    testkit::TempRoot root;
+    root.writePrinter("Pumex Embosser", testkit::readFile(PUMEX_BUNDLED_PRINTER));
+    const std::string fonts = root.path() + "/drive_c/Program Files/Quorvane/Fonts/";
+    std::filesystem::create_directories(fonts);
+    const std::pair<const char16_t*, std::string> faces[] = {{u"DejaVu Sans Mono", "computer-braille"},
+                                                            {u"DejaVu Sans", "unicode-braille"}};
+    for (const auto& [face, stem] : faces)
+        testkit::writeFile(fonts + stem + ".dp", testkit::readFile(PUMEX_FONT_DIR "/" + stem + ".dp"));
+    std::u16string name = u"Pumex Embosser";
+    HANDLE printer = nullptr;
+    ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
+    DEVMODEW devmode{};
+    DEVOBJ devobj{};
+    devobj.hPrinter = printer;
+    devobj.pPublicDM = &devmode;
+    Config* config = Config_new(&devobj);
+    ASSERT_NE(config, nullptr);
+    checkDPFont(config);
+    EXPECT_EQ(root.log().find("doesn't exist"), std::string::npos) << root.log();
+    EXPECT_EQ(config->fontCount, 2);
+    for (const auto& [face, stem] : faces) {
+        const DPFont* font = Config_getDPFont(config, face);
+        const Table table = parsed(testkit::readFile(PUMEX_FONT_TABLE_DIR "/" + stem + ".txt"));
+        EXPECT_TRUE(font && std::u16string(font->name) == testkit::wide(table.name) &&
+                    font->numGlyphs == (INT)table.cells.size()) << stem;
+    }
+    Config_delete(config);
+    ClosePrinter(printer);
+    gDebugLevel = 0;  // the bundled printer asks for the log
 }
 
 class Mkfont : public ::testing::Test {

@@ -52,6 +52,22 @@ std::string writeKind(const Folder& dir, const Kind& kind, int width, int height
     return path;
 }
 
+// Other kinds, through libpng's simple interface.
+std::string writeFormat(const Folder& dir, const char* name, png_uint_32 format, int width, int height)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = (png_uint_32)width;
+    image.height = (png_uint_32)height;
+    image.format = format;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = (uint8_t)(i * 7 + i / 13);
+    std::string path = dir.path(std::string(name) + ".png");
+    EXPECT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
+    return path;
+}
+
 TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
 {
     Folder dir;
@@ -60,6 +76,8 @@ TEST(PictureReader, EveryKindOfPictureGivesReadPngsPixels)
                              Kind{"dark-gamma", false, 0.3, false}, Kind{"interlaced", true, 0, false},
                              Kind{"transparent", false, 0, true}})
         paths.push_back(writeKind(dir, kind, 37, 23));
+    paths.push_back(writeFormat(dir, "rgba", PNG_FORMAT_RGBA, 21, 9));
+    paths.push_back(writeFormat(dir, "rgb16", PNG_FORMAT_LINEAR_RGB, 21, 9));
     paths.push_back(dir.writePicture("simple.png", 1, 1));
     for (const std::string& path : paths)
         for (bool streamed : {true, false}) {

@@ -101,14 +101,6 @@ TEST_F(Forwarding, RowsWithoutADriverFunctionAnswerWithoutForwarding)
     EXPECT_EQ(OEMGetGlyphMode(nullptr, nullptr), (ULONG)FO_GLYPHBITS);
 }
 
-TEST_F(Forwarding, RealizeBrushAnswersTrueWithoutTheDriver)
-{
-    fake::calls().boolResult = FALSE;
-    EXPECT_TRUE(OEMRealizeBrush(nullptr, &surface, nullptr, nullptr, nullptr, 0));
-    EXPECT_TRUE(fake::calls().rows.empty());
-    EXPECT_EQ(pdv.TextOnlyPage, 1);
-}
-
 TEST_F(Forwarding, TextOnlyPageLastsUntilTheFirstGraphicsCall)
 {
     // Which hooks end it: EveryHookReturnsTheDriversResultUnchanged.

@@ -61,17 +61,4 @@ TEST(Format, FieldsAtTheEdgesOfTheirArguments)
     EXPECT_EQ(px_format(out, sizeof out, "%*d", INT_MAX, 1), 63u);
 }
 
-TEST(WideText, CopyCatCompareAndConvert)
-{
-    WCHAR buf[6] = {}, w[8];
-    char back[16];
-    EXPECT_EQ(px_wcscat(buf, 6, WSTR("ab")), 2u);
-    EXPECT_EQ(px_wcscat(buf, 6, WSTR("cdefg")), 5u);
-    EXPECT_TRUE(px_wcscmp(buf, WSTR("abcde")) == 0 && px_wcscmp(WSTR("Abc"), WSTR("abc")) < 0);
-    EXPECT_EQ(px_wcscpy(buf, 6, WSTR("abcdefgh")), 5u);
-    EXPECT_EQ(px_utf8_to_wide(w, 8, "a\xc3\xa9\xF0\x9F\x98\x80"), 4u);
-    EXPECT_EQ(px_wide_to_utf8(back, sizeof back, w), 7u);
-    EXPECT_STREQ(back, "a\xc3\xa9\xF0\x9F\x98\x80");
-}
-
 }  // namespace

@@ -57,19 +57,6 @@ TEST(Files, CreateAppendAndShareLikeWindows)
     EXPECT_EQ(failure(CreateDirectoryA("C:\\a\\b\\c", nullptr)), (DWORD)ERROR_PATH_NOT_FOUND);
 }
 
-// Other failures of the table are checked in test_syscalls.cpp.
-TEST(Files, AFailedWriteReportsTheDiskFullAndNothingWritten)
-{
-    testkit::TempRoot root;
-    HANDLE h = create("C:\\f", 0);
-    PxGetSyscalls()->write = [](int, const void*, size_t) -> ssize_t { return errno = ENOSPC, -1; };
-    DWORD written = 7;
-    EXPECT_EQ(failure(WriteFile(h, "x", 1, &written, nullptr)), (DWORD)ERROR_DISK_FULL);
-    EXPECT_EQ(written, 0u);
-    PxResetSyscalls();
-    CloseHandle(h);
-}
-
 TEST(GlobalMemory, ZeroFilledLockableAndSized)
 {
     HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 100);

@@ -1,4 +1,4 @@
-// The printers' FontList keys and the library calls.
+// The printers' FontList keys.
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -46,16 +46,6 @@ TEST(FontListKey, ValuesComeInFileOrderWithTheirTypes)
     EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, (under + u"Embosser\\FontList").c_str(), 0, KEY_READ, &key),
               ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(key, nullptr);
-}
-
-TEST(Libraries, SystemDirectoryAndLoading)
-{
-    testkit::TempRoot root;
-    WCHAR dir[MAX_PATH];
-    EXPECT_TRUE(GetSystemDirectoryW(dir, MAX_PATH) == 19 && std::u16string(dir) == u"C:\\windows\\system32");
-    EXPECT_EQ(GetSystemDirectoryW(dir, 5), 20u) << "too small: the size needed";
-    EXPECT_TRUE(LoadLibraryW(u"C:\\windows\\nothing.dll") == nullptr && GetLastError() == ERROR_MOD_NOT_FOUND);
-    EXPECT_TRUE(LoadLibraryW(nullptr) == nullptr && !FreeLibrary(nullptr));
 }
 
 }  // namespace

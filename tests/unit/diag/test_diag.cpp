@@ -61,15 +61,6 @@ TEST_F(Diag, AMessageThatCollidesWithAnotherWriterIsDropped)
     EXPECT_EQ(root.log(), "first\nthird\n");
 }
 
-TEST_F(Diag, AFolderThatCannotBeMadeDropsTheMessage)
-{
-    gDebugLevel = 1;
-    PxGetSyscalls()->mkdir = [](const char*, mode_t) -> int { return errno = EACCES, -1; };
-    LogMessage("nowhere\n");
-    PxResetSyscalls();
-    EXPECT_FALSE(testkit::fileExists(root.path() + "/drive_c/ProgramData/Quorvane"));
-}
-
 // Blocks are zero-filled; the running total, printed with each detail line,
 // returns to its start, and a failed or empty request is logged and null.
 TEST_F(Diag, AllocatorKeepsItsTotalAndLogsDetails)
@@ -101,19 +92,6 @@ TEST_F(Diag, AllocatorKeepsItsTotalAndLogsDetails)
               "mymalloc(): oops, NULL=GlobalAlloc( 64 )\n",
               a, start + 16, b, start + 26, a, start + 10, b, start);
     EXPECT_EQ(root.log(), expected);
-}
-
-TEST_F(Diag, StringDuplicates)
-{
-    DWORD start = gTotalBytesAlloc;
-    EXPECT_TRUE(mystrdup(WSTR("")) == nullptr && mystrdup(nullptr) == nullptr);
-    EXPECT_EQ(gTotalBytesAlloc, start);
-    WCHAR* copy = mystrdup(WSTR("abc"));
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(gTotalBytesAlloc, start + 8u);
-    EXPECT_EQ(px_wcscmp(copy, WSTR("abc")), 0);
-    myfree(copy);
-    EXPECT_EQ(gTotalBytesAlloc, start);
 }
 
 }  // namespace

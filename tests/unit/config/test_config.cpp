@@ -70,8 +70,7 @@ TEST_F(ConfigTest, TheDevmodeDecidesCollationWhenItCarriesTheField)
 {
     makePrinter(withVersion(dword("Collate", 1)));
     const std::tuple<DWORD, short, BOOL> cases[] = {  // the devmode's fields and collation, the result
-        {0, 0, 1}, {DM_COPIES, 0, 1}, {DM_COLLATE, DMCOLLATE_FALSE, 0}, {DM_COLLATE, DMCOLLATE_TRUE, 1},
-        {DM_COLLATE | DM_COPIES, 2, 0},
+        {DM_COPIES, 0, 1}, {DM_COLLATE, DMCOLLATE_FALSE, 0}, {DM_COLLATE | DM_COPIES, 2, 0},
     };
     for (const auto& [fields, collate, expected] : cases) {
         devmode.dmFields = fields;

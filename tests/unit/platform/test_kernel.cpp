@@ -1,9 +1,8 @@
-// Files, folders, paths and global memory of the POSIX platform library.
+// Files, folders and paths of the POSIX platform library.
 #include "testkit.h"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <string>
 
 namespace {
@@ -56,19 +55,6 @@ TEST(Files, CreateAppendAndShareLikeWindows)
     EXPECT_EQ(failure(CreateDirectoryA("C:\\ProgramData\\Quorvane", nullptr)), (DWORD)ERROR_ALREADY_EXISTS);
     EXPECT_EQ(failure(CreateDirectoryA("C:\\a\\b\\c", nullptr)), (DWORD)ERROR_PATH_NOT_FOUND);
 }
-
-TEST(GlobalMemory, ZeroFilledLockableAndSized)
-{
-    HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 100);
-    auto* p = static_cast<char*>(GlobalLock(mem));
-    ASSERT_TRUE(p && GlobalHandle(p) == mem && GlobalSize(mem) == 100 && std::string(p, 100) == std::string(100, '\0'));
-    EXPECT_TRUE(!GlobalUnlock(mem) && GlobalFree(mem) == nullptr);
-    EXPECT_EQ(failure(GlobalSize(&mem) != 0), (DWORD)ERROR_INVALID_HANDLE);
-}
-
-}  // namespace
-
-namespace {
 
 // MulDiv rounds halves away from zero and answers -1 when it cannot divide.
 TEST(MulDivision, RoundsAsWindowsDoes)

@@ -44,19 +44,6 @@ TEST(StringTable, HoldsTwentyNineEntriesWithTheirDocumentedTexts)
         EXPECT_EQ(text(langId, number), expected) << std::hex << langId << " " << std::dec << number;
 }
 
-TEST(StringTable, EveryArabicEntryIsTheNeutralOne)
-{
-    int arabic = 0;
-    for (size_t i = 0; i < kStringLanguageCount; ++i) {
-        if ((kStringLanguages[i].langId & 0x3FF) != 0x01)
-            continue;
-        ++arabic;
-        for (UINT number = 1136; number < 1152; ++number)
-            EXPECT_EQ(text(kStringLanguages[i].langId, number), text(0x0001, number)) << kStringLanguages[i].name;
-    }
-    EXPECT_EQ(arabic, 17);
-}
-
 TEST(StringTable, UserLanguagesFallBackAsTheResourceLoaderDoes)
 {
     const std::pair<WORD, WORD> cases[] = {  // the user's language, the entry used

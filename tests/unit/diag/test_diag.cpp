@@ -38,16 +38,6 @@ TEST_F(Diag, LevelsDecideWhatIsAppended)
     EXPECT_EQ(root.log(), "OEMStartPage(1234).\nIOemUni::CommandCallback(7)  dwCallbackID = 3\nd1\r\nm2 w\n");
 }
 
-TEST_F(Diag, LongMessagesAreCutTo4095Bytes)
-{
-    gDebugLevel = 1;
-    LogMessage("%s", std::string(5000, 'x').c_str());
-    LogMessage("|next");
-    std::string log = root.log();
-    ASSERT_EQ(log.size(), 4095u + 5u);
-    EXPECT_EQ(log.substr(4090), "xxxxx|next");
-}
-
 TEST_F(Diag, AMessageThatCollidesWithAnotherWriterIsDropped)
 {
     gDebugLevel = 1;

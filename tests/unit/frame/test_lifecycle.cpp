@@ -157,11 +157,9 @@ TEST_F(Device, ResetMovesTheDocumentStateToTheNewRecord)
     // The new record keeps its own driver functions.
     EXPECT_EQ(to->pfnUnidrv[ROW_Paint], nullptr);
 
-    // Disabling the old device frees only its record; the moved state lives on.
-    Config* config = to->pConfig;
+    // Disabling the old device frees only its record; the moved blocks are
+    // freed once, here (the sanitizers catch a second free).
     plugin->DisablePDEV(&oldDev);
-    EXPECT_EQ(to->pConfig, config);
-    EXPECT_EQ(static_cast<BYTE*>(static_cast<void*>(to->pConfig))[63], 0);  // still readable memory
     myfree(to->pConfig);
     myfree(to->pTextPage);
     myfree(to->pPageStore);

@@ -21,19 +21,8 @@ const std::pair<const char*, std::function<bool()>> kCalls[] = {
          PGLYPHPOS pgp = reinterpret_cast<PGLYPHPOS>(&c);
          return !STROBJ_bEnum(nullptr, &c, &pgp) && c == 0 && pgp == nullptr;
      }},
-    {"FONTOBJ_cGetGlyphs",
-     [] {
-         PVOID glyph = &glyph;
-         HGLYPH hg = 65;
-         return FONTOBJ_cGetGlyphs(nullptr, FO_GLYPHBITS, 1, &hg, &glyph) == 0 && glyph == nullptr;
-     }},
     {"BRUSHOBJ_ulGetBrushColor", [] { return BRUSHOBJ_ulGetBrushColor(nullptr) == 0xFFFFFFFFu; }},
     {"CreateDCW", [] { return CreateDCW(u"DISPLAY", nullptr, nullptr, nullptr) == nullptr; }},
-    {"GetGlyphIndicesW",
-     [] {
-         WORD index = 0;
-         return GetGlyphIndicesW(nullptr, u"a", 1, &index, 0) == GDI_ERROR;
-     }},
     {"DeleteDC", [] { return !DeleteDC(nullptr); }},
 };
 

@@ -5,13 +5,11 @@
 #include "testkit.h"
 
 #include "px/winapi.h"
-#include "px/wincrt.h"
 #include "px/winproc.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -72,8 +70,6 @@ TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
                           char* const*, char* const*) { return ENOMEM; };
          },
          startTrue, ERROR_NOT_ENOUGH_MEMORY},
-        {"allocation", [](PxSyscalls& s) { s.calloc = [](size_t, size_t) -> void* { return nullptr; }; },
-         [] { return (BOOL)(GlobalAlloc(GHND, 16) != nullptr); }, ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const Row& row : rows) {
         testkit::TempRoot root;
@@ -84,34 +80,6 @@ TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
         EXPECT_FALSE(row.call()) << row.name;
         EXPECT_EQ(GetLastError(), row.error) << row.name;
     }
-}
-
-// The C runtime's streams open and read through the table as well (the
-// plug-in only reads with them); their failures are errno values and the
-// stream's error flag.
-TEST(Syscalls, RuntimeStreamsGoThroughTheTable)
-{
-    testkit::TempRoot root;
-    testkit::writeFile(root.path() + "/drive_c/f", "abc");
-    testkit::SyscallGuard guard;
-    guard->open = [](const char*, int, mode_t) { return errno = EMFILE, -1; };
-    errno = 0;
-    EXPECT_EQ(_wfopen(u"C:\\f", u"rb"), nullptr);
-    EXPECT_EQ(errno, EMFILE);
-    PxResetSyscalls();
-
-    FILE* file = _wfopen(u"C:\\f", u"rb");
-    ASSERT_NE(file, nullptr);
-    char bytes[4] = {};
-    EXPECT_EQ(fread(bytes, 1, 2, file), 2u);
-    guard->read = [](int, void*, size_t) -> ssize_t { return errno = EIO, -1; };
-    fseek(file, 0, SEEK_SET);  // drops what the stream had buffered
-    EXPECT_EQ(fread(bytes, 1, 3, file), 0u);
-    EXPECT_TRUE(ferror(file));
-    fclose(file);
-    PxResetSyscalls();
-    EXPECT_EQ(_wfopen(u"C:\\", u"rb"), nullptr) << "a folder is not a stream";
-    EXPECT_EQ(errno, EACCES);
 }
 
 }  // namespace

@@ -56,16 +56,6 @@ TEST_F(ConfigTest, PrinterDataIsTakenWithoutRangeChecks)
     Config_delete(c);
 }
 
-TEST_F(ConfigTest, AViewerPathThatDoesNotFitKeepsTheDefault)
-{
-    std::string longPath = "C:\\\\" + std::string(300, 'x') + ".exe";
-    makePrinter(withVersion("\"PreviewPrnPath\": {\"type\": \"sz\", \"value\": \"" + longPath + "\"}"));
-    Config* c = Config_new(&devobj);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(std::u16string(c->PreviewPrnPath), kDefaultViewer);
-    Config_delete(c);
-}
-
 TEST_F(ConfigTest, TheDevmodeDecidesCollationWhenItCarriesTheField)
 {
     makePrinter(withVersion(dword("Collate", 1)));

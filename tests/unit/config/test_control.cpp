@@ -153,13 +153,4 @@ TEST_F(ControlFlags, AMissingPrinterAppliesNothing)
     Config_delete(c);
 }
 
-TEST_F(ControlFlags, AStringWithoutTerminatorOrWithBinaryBytesIsSafe)
-{
-    makePrinter(withVersion(binary("ControlFlags", "434f4c4c4154453d31ff00ff")));
-    Config* c = newConfig();
-    EXPECT_EQ(read(c), 0);
-    EXPECT_EQ(c->Collate, 1);
-    Config_delete(c);
-}
-
 }  // namespace

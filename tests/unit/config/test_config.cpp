@@ -4,8 +4,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -54,40 +52,6 @@ TEST_F(ConfigTest, PrinterDataIsTakenWithoutRangeChecks)
               (std::vector<long long>{250, -40, 4000000000, 7, 1, 0x0102}));
     EXPECT_EQ(std::u16string(c->PreviewPrnPath), u"C:\\v\\view.exe");
     Config_delete(c);
-}
-
-TEST_F(ConfigTest, TheDevmodeDecidesCollationWhenItCarriesTheField)
-{
-    makePrinter(withVersion(dword("Collate", 1)));
-    const std::tuple<DWORD, short, BOOL> cases[] = {  // the devmode's fields and collation, the result
-        {DM_COPIES, 0, 1}, {DM_COLLATE, DMCOLLATE_FALSE, 0}, {DM_COLLATE | DM_COPIES, 2, 0},
-    };
-    for (const auto& [fields, collate, expected] : cases) {
-        devmode.dmFields = fields;
-        devmode.dmCollate = collate;
-        devmode.dmCopies = 3;
-        Config* c = Config_new(&devobj);
-        ASSERT_NE(c, nullptr);
-        EXPECT_EQ(c->Collate, expected) << "fields " << fields << ", collate " << collate;
-        Config_delete(c);
-    }
-    Config c{};
-    c.Collate = 1;
-    Config_updateFromDevMode(&c, nullptr);
-    EXPECT_EQ(c.Collate, 1);
-}
-
-TEST(Model, OnlyTheTwoProfessionalNamesExactly)
-{
-    const std::pair<const char16_t*, BOOL> cases[] = {
-        {u"Quorvane Professional", 1}, {u"Quorvane Pro Ink", 1}, {u"quorvane professional", 0},
-        {u"Quorvane Professional ", 0}, {u"Quorvane Pro", 0},
-    };
-    for (const auto& [name, professional] : cases) {
-        Config c{};
-        px_wcscpy(c.devName, NAME_CHARS, name);
-        EXPECT_EQ(IsPumexProfessional(&c), professional) << testing::PrintToString(std::u16string(name));
-    }
 }
 
 class Installer : public PrinterTest {

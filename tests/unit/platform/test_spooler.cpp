@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -211,13 +210,11 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
     EXPECT_TRUE(!PxValidatePrinterFile(file().c_str(), message, 4) && message == "pri"s) << "cut to fit, terminated";
 }
 
-TEST_F(Spooler, PrinterAndDriverRecordsFillOneBlock)
+TEST_F(Spooler, PrinterRecordFillsOneBlock)
 {
-    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 1, b, size, n); });
-    EXPECT_EQ(reinterpret_cast<PRINTER_INFO_1W*>(block.data())->pDescription, u"Pumex Embosser,Pumex Pro,FILE:"s);
-    block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterDriverW(h, nullptr, 1, b, size, n); });
-    EXPECT_EQ(reinterpret_cast<DRIVER_INFO_1W*>(block.data())->pName, u"Pumex Pro"s);
-    block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
+    // Level 1 and the driver record are read at every document start; the
+    // typical job's log shows the names they give.
+    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
     auto* two = reinterpret_cast<PRINTER_INFO_2W*>(block.data());
     std::u16string texts;
     for (LPWSTR text : {two->pPrinterName, two->pPortName, two->pDriverName, two->pShareName, two->pComment,

@@ -5,7 +5,6 @@
 #include "testkit.h"
 
 #include "px/winapi.h"
-#include "px/winproc.h"
 
 #include <gtest/gtest.h>
 
@@ -42,15 +41,6 @@ BOOL readOneByte()
     return ok && got == 1;
 }
 
-BOOL startTrue()
-{
-    std::u16string line = u"/bin/true";
-    STARTUPINFOW si = {};
-    si.cb = sizeof si;
-    PROCESS_INFORMATION pi = {};
-    return CreateProcessW(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi);
-}
-
 TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
 {
     const Row rows[] = {
@@ -62,14 +52,6 @@ TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
          readOneByte, ERROR_WRITE_FAULT},
         {"mkdir", [](PxSyscalls& s) { s.mkdir = [](const char*, mode_t) { return errno = ENOSPC, -1; }; },
          [] { return CreateDirectoryA("C:\\d", nullptr); }, ERROR_DISK_FULL},
-        {"dlopen", [](PxSyscalls& s) { s.dlopen = [](const char*, int) -> void* { return nullptr; }; },
-         [] { return (BOOL)(LoadLibraryW(u"/lib/x86_64-linux-gnu/libc.so.6") != nullptr); }, ERROR_MOD_NOT_FOUND},
-        {"posix_spawn",
-         [](PxSyscalls& s) {
-             s.spawn = [](pid_t*, const char*, const posix_spawn_file_actions_t*, const posix_spawnattr_t*,
-                          char* const*, char* const*) { return ENOMEM; };
-         },
-         startTrue, ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const Row& row : rows) {
         testkit::TempRoot root;

@@ -101,19 +101,6 @@ TEST_F(Forwarding, RowsWithoutADriverFunctionAnswerWithoutForwarding)
     EXPECT_EQ(OEMGetGlyphMode(nullptr, nullptr), (ULONG)FO_GLYPHBITS);
 }
 
-TEST_F(Forwarding, TextOnlyPageLastsUntilTheFirstGraphicsCall)
-{
-    // Which hooks end it: EveryHookReturnsTheDriversResultUnchanged.
-    OEMStartPage(&surface);
-    OEMTextOut(&surface, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
-    EXPECT_EQ(pdv.TextOnlyPage, 1) << "text is not graphics";
-    OEMLineTo(&surface, nullptr, nullptr, 0, 0, 9, 9, nullptr, 0);
-    OEMTextOut(&surface, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
-    EXPECT_EQ(pdv.TextOnlyPage, 0) << "nor does text make the page text only again";
-    OEMStartPage(&surface);
-    EXPECT_EQ(pdv.TextOnlyPage, 1) << "a new page starts text only";
-}
-
 // The dump's lines for sizes, clip rectangle, source point and the driver's
 // result (the other lines print the same way).
 TEST_F(Forwarding, BitBltDumpsItsParametersAtDetailLevelOnly)

@@ -131,7 +131,6 @@ TEST_F(Spooler, ValuesReadAndWriteBackExactly)
 {
     const std::pair<const char*, Read> cases[] = {
         {"Offset", {0, REG_DWORD, 4, dword(0xFFFFFFFE)}},
-        {"Temp", {0, REG_EXPAND_SZ, 14, {'%', 0, 'T', 0, 'E', 0, 'M', 0, 'P', 0, '%', 0, 0, 0}}},
         {"Path", {0, REG_SZ, 20, {'C', 0, ':', 0, '\\', 0, 0xE9, 0, 0xAC, 0x20, '.', 0, 'e', 0, 'x', 0, 'e', 0, 0, 0}}},
         {"Raw", {0, REG_BINARY, 3, {0x00, '\n', 0x80}}},
         {"ControlFlags", {0, REG_BINARY, 19, ascii("MEDIATYPE=CARDSTOCK")}},

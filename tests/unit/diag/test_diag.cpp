@@ -38,16 +38,6 @@ TEST_F(Diag, LevelsDecideWhatIsAppended)
     EXPECT_EQ(root.log(), "OEMStartPage(1234).\nIOemUni::CommandCallback(7)  dwCallbackID = 3\nd1\r\nm2 w\n");
 }
 
-TEST_F(Diag, LongMessagesAreCutTo4095Bytes)
-{
-    gDebugLevel = 1;
-    LogMessage("%s", std::string(5000, 'x').c_str());
-    LogMessage("|next");
-    std::string log = root.log();
-    ASSERT_EQ(log.size(), 4095u + 5u);
-    EXPECT_EQ(log.substr(4090), "xxxxx|next");
-}
-
 TEST_F(Diag, AMessageThatCollidesWithAnotherWriterIsDropped)
 {
     gDebugLevel = 1;
@@ -59,15 +49,6 @@ TEST_F(Diag, AMessageThatCollidesWithAnotherWriterIsDropped)
     CloseHandle(other);
     LogMessage("third\n");
     EXPECT_EQ(root.log(), "first\nthird\n");
-}
-
-TEST_F(Diag, AFolderThatCannotBeMadeDropsTheMessage)
-{
-    gDebugLevel = 1;
-    PxGetSyscalls()->mkdir = [](const char*, mode_t) -> int { return errno = EACCES, -1; };
-    LogMessage("nowhere\n");
-    PxResetSyscalls();
-    EXPECT_FALSE(testkit::fileExists(root.path() + "/drive_c/ProgramData/Quorvane"));
 }
 
 // Blocks are zero-filled; the running total, printed with each detail line,
@@ -101,19 +82,6 @@ TEST_F(Diag, AllocatorKeepsItsTotalAndLogsDetails)
               "mymalloc(): oops, NULL=GlobalAlloc( 64 )\n",
               a, start + 16, b, start + 26, a, start + 10, b, start);
     EXPECT_EQ(root.log(), expected);
-}
-
-TEST_F(Diag, StringDuplicates)
-{
-    DWORD start = gTotalBytesAlloc;
-    EXPECT_TRUE(mystrdup(WSTR("")) == nullptr && mystrdup(nullptr) == nullptr);
-    EXPECT_EQ(gTotalBytesAlloc, start);
-    WCHAR* copy = mystrdup(WSTR("abc"));
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(gTotalBytesAlloc, start + 8u);
-    EXPECT_EQ(px_wcscmp(copy, WSTR("abc")), 0);
-    myfree(copy);
-    EXPECT_EQ(gTotalBytesAlloc, start);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 
 namespace {
@@ -44,34 +43,6 @@ TEST(Format, CutsToTheBufferAndAlwaysTerminates)
     EXPECT_EQ(px_format(out, sizeof out, "%s%s", std::string(4096, 'x').c_str(), "tail"), 4095u);
     EXPECT_EQ(px_format(out, sizeof out, "%99999999d", 1), 4095u);
     EXPECT_EQ(std::string(out).size(), 4095u);
-}
-
-// Fields at the edges of their arguments: text that ends exactly at the
-// precision with no terminator, star widths and precisions of any int.
-TEST(Format, FieldsAtTheEdgesOfTheirArguments)
-{
-    const char unterminated[3] = {'a', 'b', 'c'};
-    const WCHAR wideUnterminated[2] = {u'x', u'y'}, cutPair[2] = {u'z', 0xD83D};
-    EXPECT_EQ(fmt("[%.3s][%.2ws][%.2ws]", unterminated, wideUnterminated, cutPair), "[abc][xy][z?]");
-    EXPECT_EQ(fmt("[%#.0o][%#o][%#.0x][%.0d][%#o]", 0u, 0u, 0u, 0, 8u), "[0][0][][][010]");
-    EXPECT_EQ(fmt("[%*d][%-*d][%.*s][%.*d]", -3, 1, 2, 1, -1, "abc", -5, 7), "[1  ][1 ][abc][7]");
-    char out[64];
-    EXPECT_EQ(px_format(out, sizeof out, "%*d|", INT_MIN, 1), 63u) << "INT_MIN left-justifies, cut to the buffer";
-    EXPECT_EQ(out[0], '1');
-    EXPECT_EQ(px_format(out, sizeof out, "%*d", INT_MAX, 1), 63u);
-}
-
-TEST(WideText, CopyCatCompareAndConvert)
-{
-    WCHAR buf[6] = {}, w[8];
-    char back[16];
-    EXPECT_EQ(px_wcscat(buf, 6, WSTR("ab")), 2u);
-    EXPECT_EQ(px_wcscat(buf, 6, WSTR("cdefg")), 5u);
-    EXPECT_TRUE(px_wcscmp(buf, WSTR("abcde")) == 0 && px_wcscmp(WSTR("Abc"), WSTR("abc")) < 0);
-    EXPECT_EQ(px_wcscpy(buf, 6, WSTR("abcdefgh")), 5u);
-    EXPECT_EQ(px_utf8_to_wide(w, 8, "a\xc3\xa9\xF0\x9F\x98\x80"), 4u);
-    EXPECT_EQ(px_wide_to_utf8(back, sizeof back, w), 7u);
-    EXPECT_STREQ(back, "a\xc3\xa9\xF0\x9F\x98\x80");
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
-// Files, folders, paths and global memory of the POSIX platform library.
+// Files, folders and paths of the POSIX platform library.
 #include "testkit.h"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <string>
 
 namespace {
@@ -22,7 +21,6 @@ TEST(Paths, WindowsPathsMapIntoTheRoot)
     const std::pair<const char*, std::string> cases[] = {
         {"C:\\ProgramData\\Quorvane", c + "/ProgramData/Quorvane"},
         {"c:\\PumexPro.log", c + "/PumexPro.log"},
-        {"D:\\x", root.path() + "/drive_d/x"},
         {"/tmp/abs", "/tmp/abs"},
         {"fonts\\b.dp", "fonts/b.dp"},
     };
@@ -56,32 +54,6 @@ TEST(Files, CreateAppendAndShareLikeWindows)
     EXPECT_EQ(failure(CreateDirectoryA("C:\\ProgramData\\Quorvane", nullptr)), (DWORD)ERROR_ALREADY_EXISTS);
     EXPECT_EQ(failure(CreateDirectoryA("C:\\a\\b\\c", nullptr)), (DWORD)ERROR_PATH_NOT_FOUND);
 }
-
-// Other failures of the table are checked in test_syscalls.cpp.
-TEST(Files, AFailedWriteReportsTheDiskFullAndNothingWritten)
-{
-    testkit::TempRoot root;
-    HANDLE h = create("C:\\f", 0);
-    PxGetSyscalls()->write = [](int, const void*, size_t) -> ssize_t { return errno = ENOSPC, -1; };
-    DWORD written = 7;
-    EXPECT_EQ(failure(WriteFile(h, "x", 1, &written, nullptr)), (DWORD)ERROR_DISK_FULL);
-    EXPECT_EQ(written, 0u);
-    PxResetSyscalls();
-    CloseHandle(h);
-}
-
-TEST(GlobalMemory, ZeroFilledLockableAndSized)
-{
-    HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 100);
-    auto* p = static_cast<char*>(GlobalLock(mem));
-    ASSERT_TRUE(p && GlobalHandle(p) == mem && GlobalSize(mem) == 100 && std::string(p, 100) == std::string(100, '\0'));
-    EXPECT_TRUE(!GlobalUnlock(mem) && GlobalFree(mem) == nullptr);
-    EXPECT_EQ(failure(GlobalSize(&mem) != 0), (DWORD)ERROR_INVALID_HANDLE);
-}
-
-}  // namespace
-
-namespace {
 
 // MulDiv rounds halves away from zero and answers -1 when it cannot divide.
 TEST(MulDivision, RoundsAsWindowsDoes)

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -132,7 +131,6 @@ TEST_F(Spooler, ValuesReadAndWriteBackExactly)
 {
     const std::pair<const char*, Read> cases[] = {
         {"Offset", {0, REG_DWORD, 4, dword(0xFFFFFFFE)}},
-        {"Temp", {0, REG_EXPAND_SZ, 14, {'%', 0, 'T', 0, 'E', 0, 'M', 0, 'P', 0, '%', 0, 0, 0}}},
         {"Path", {0, REG_SZ, 20, {'C', 0, ':', 0, '\\', 0, 0xE9, 0, 0xAC, 0x20, '.', 0, 'e', 0, 'x', 0, 'e', 0, 0, 0}}},
         {"Raw", {0, REG_BINARY, 3, {0x00, '\n', 0x80}}},
         {"ControlFlags", {0, REG_BINARY, 19, ascii("MEDIATYPE=CARDSTOCK")}},
@@ -160,18 +158,11 @@ TEST_F(Spooler, ShortBuffersMissingValuesAndFailedWritesAreReported)
     DWORD n = 0;  // the size needed
     EXPECT_TRUE(GetPrinterDataExW(h, u"Config", u"Offset", nullptr, nullptr, 0, &n) == ERROR_MORE_DATA && n == 4);
     EXPECT_TRUE(GetPrinterDataExW(h, u"Config", u"Cleared", nullptr, nullptr, 0, &n) == ERROR_SUCCESS && n == 0);
-    EXPECT_EQ(GetPrinterDataExW(h, u"Config", u"Offset", nullptr, nullptr, 0, nullptr), (DWORD)ERROR_INVALID_PARAMETER);
     EXPECT_EQ(readValue(h, "Config", "Missing").rc, (DWORD)ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(setValue(h, "Config", "Offset", REG_DWORD, {1, 2, 3}), (DWORD)ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(setValue(h, "Config", "List", REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0}), (DWORD)ERROR_NOT_SUPPORTED);
-    EXPECT_EQ(SetPrinterDataExW(h, u"Config", u"Raw", REG_BINARY, nullptr, 4), (DWORD)ERROR_INVALID_PARAMETER);
-    PxGetSyscalls()->write = [](int, const void*, size_t) -> ssize_t { return errno = ENOSPC, -1; };
-    EXPECT_EQ(setValue(h, "Config", "Offset", REG_DWORD, dword(9)), (DWORD)ERROR_DISK_FULL);
-    PxResetSyscalls();
-    PxGetSyscalls()->rename = [](const char*, const char*) { return errno = EACCES, -1; };
-    EXPECT_EQ(setValue(h, "Config", "Offset", REG_DWORD, dword(9)), (DWORD)ERROR_ACCESS_DENIED);
-    PxResetSyscalls();
-    PxGetSyscalls()->fsync = [](int) { return errno = EIO, -1; };  // the new file is synced before it replaces
+    // The new file is synced before it replaces the old. (The job fault sweep
+    // fails every write, sync and rename of a document in turn.)
+    PxGetSyscalls()->fsync = [](int) { return errno = EIO, -1; };
     EXPECT_EQ(setValue(h, "Config", "Offset", REG_DWORD, dword(9)), (DWORD)ERROR_WRITE_FAULT);
     PxResetSyscalls();
     EXPECT_EQ(testkit::readFile(file()), before) << "a failed write leaves the printer whole";
@@ -206,8 +197,6 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
         {entry(R"("D": {"type": "dword", "value": 1e999})"), R"(number overflow parsing '1e999' (after key "value"))"},
         {entry(R"("D": {"type": "binary", "value": {"hex": [[[[["00"]]]]]}})"), "values nested more than 8 deep"},
         {entry(manyValues(4097)), R"(more than 4096 members in one object (at key "V4097"))"},
-        {entry(R"("V": {"type": "dword", "value": null}, "v": {"type": "sz", "value": null})"),
-         R"(data.Config: names "V" and "v")"},
     };
     const std::string label = "printers/Pumex Embosser.json: ";
     for (const auto& [json, expected] : cases) {
@@ -220,13 +209,11 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
     EXPECT_TRUE(!PxValidatePrinterFile(file().c_str(), message, 4) && message == "pri"s) << "cut to fit, terminated";
 }
 
-TEST_F(Spooler, PrinterAndDriverRecordsFillOneBlock)
+TEST_F(Spooler, PrinterRecordFillsOneBlock)
 {
-    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 1, b, size, n); });
-    EXPECT_EQ(reinterpret_cast<PRINTER_INFO_1W*>(block.data())->pDescription, u"Pumex Embosser,Pumex Pro,FILE:"s);
-    block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterDriverW(h, nullptr, 1, b, size, n); });
-    EXPECT_EQ(reinterpret_cast<DRIVER_INFO_1W*>(block.data())->pName, u"Pumex Pro"s);
-    block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
+    // Level 1 and the driver record are read at every document start; the
+    // typical job's log shows the names they give.
+    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
     auto* two = reinterpret_cast<PRINTER_INFO_2W*>(block.data());
     std::u16string texts;
     for (LPWSTR text : {two->pPrinterName, two->pPortName, two->pDriverName, two->pShareName, two->pComment,
@@ -243,25 +230,16 @@ TEST_F(Spooler, PrinterAndDriverRecordsFillOneBlock)
               (std::vector<int>{220, 0, DMORIENT_PORTRAIT, 9, 100, 100}));
 }
 
-TEST_F(Spooler, PapersAreListedInFileOrderOrNotAtAll)
+// The lists in file order are read by the page geometry tests; here, a
+// printer without papers.
+TEST_F(Spooler, APrinterWithoutPapersListsNoneAndItsDevmodeNamesNone)
 {
-    const std::u16string device = testkit::wide(kPrinter);
-    WORD ids[4] = {0xAAAA, 0xAAAA, 0xAAAA, 0xAAAA};
-    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), u"x", DC_PAPERS, reinterpret_cast<LPWSTR>(ids), nullptr), 3);
-    EXPECT_EQ(std::vector<WORD>(ids, ids + 4), (std::vector<WORD>{9, 1, 9, 0xAAAA}));
-    POINT sizes[3] = {}, expected[3] = {{2100, 2970}, {2159, 2794}, {2101, 2971}};
-    EXPECT_EQ(DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERSIZE, reinterpret_cast<LPWSTR>(sizes), nullptr), 3);
-    EXPECT_EQ(memcmp(sizes, expected, sizeof sizes), 0) << "tenths of a millimetre, in file order";
-
     const std::string name = "An embosser whose name is longer than a device name can hold";
     const std::u16string bare = testkit::wide(name);
     root.writePrinter(name, R"({"name": ")" + name + R"(", "driver": "Pumex Pro"})");
-    auto count = [](const char16_t* d, WORD what) { return DeviceCapabilitiesW(d, nullptr, what, nullptr, nullptr); };
     SetLastError(kMagic);
-    EXPECT_EQ(count(bare.c_str(), DC_PAPERSIZE), 0);
+    EXPECT_EQ(DeviceCapabilitiesW(bare.c_str(), nullptr, DC_PAPERSIZE, nullptr, nullptr), 0);
     EXPECT_EQ(GetLastError(), kMagic) << "no papers is no error";
-    EXPECT_EQ(failure(count(nullptr, DC_PAPERS) != -1), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(failure(count(device.c_str(), DC_PAPERNAMES) != -1), ERROR_NOT_SUPPORTED);
     ASSERT_TRUE(ClosePrinter(h) && openPrinter(name, &h));
     Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
     const DEVMODEW& dm = *reinterpret_cast<PRINTER_INFO_2W*>(block.data())->pDevMode;
@@ -272,7 +250,7 @@ TEST_F(Spooler, PapersAreListedInFileOrderOrNotAtAll)
 // A paper list is asked for as a count, then filled into a buffer of that
 // count; an administrator renaming a longer list over the printer in between
 // must not make the fill write past the buffer: the list a process first saw
-// is the one it keeps.
+// is the one it keeps. (Sizes, the larger entries; the ids take the same path.)
 TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
 {
     auto withPapers = [](int n) {
@@ -294,15 +272,13 @@ TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
     const std::u16string device = testkit::wide(kPrinter);
     int disagreements = 0;
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
-    for (WORD what : {DC_PAPERS, DC_PAPERSIZE}) {
-        const size_t entry = what == DC_PAPERS ? sizeof(WORD) : sizeof(POINT);
-        for (int i = 0; i < 2000 && std::chrono::steady_clock::now() < until; ++i) {
-            INT count = DeviceCapabilitiesW(device.c_str(), nullptr, what, nullptr, nullptr);
-            // Exactly the size asked for, on the heap, so a write past it is caught.
-            std::unique_ptr<BYTE[]> list(new BYTE[entry * (size_t)std::max(count, 1)]);
-            INT filled = DeviceCapabilitiesW(device.c_str(), nullptr, what, reinterpret_cast<LPWSTR>(list.get()), nullptr);
-            disagreements += count < 0 || filled != count;
-        }
+    for (int i = 0; i < 4000 && std::chrono::steady_clock::now() < until; ++i) {
+        INT count = DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERSIZE, nullptr, nullptr);
+        // Exactly the size asked for, on the heap, so a write past it is caught.
+        std::unique_ptr<POINT[]> sizes(new POINT[(size_t)std::max(count, 1)]);
+        INT filled =
+            DeviceCapabilitiesW(device.c_str(), nullptr, DC_PAPERSIZE, reinterpret_cast<LPWSTR>(sizes.get()), nullptr);
+        disagreements += count < 0 || filled != count;
     }
     done = true;
     admin.join();
@@ -311,20 +287,12 @@ TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
 
 TEST_F(Spooler, GetFormFollowsTheBufferRules)
 {
-    std::u16string a4 = u"a4", missing = u"Tabloid";  // form names compare without case
+    // Sizes and unknown names are read by the page geometry tests.
+    std::u16string a4 = u"a4";  // form names compare without case
     Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetFormW(h, &a4[0], 1, b, size, n); });
     ASSERT_EQ(block.size(), sizeof(FORM_INFO_1W) + sizeof(u"A4"));
     auto* form = reinterpret_cast<FORM_INFO_1W*>(block.data());
     EXPECT_EQ(inside(form->pName, block) ? form->pName : u"(outside)"s, u"A4") << "the name as the printer spells it";
-    const RECTL& area = form->ImageableArea;
-    EXPECT_EQ((std::vector<LONG>{form->Size.cx, form->Size.cy, area.left, area.top, area.right, area.bottom}),
-              (std::vector<LONG>{210000, 297000, 0, 0, 210000, 297000}));
-
-    BYTE buf[256];
-    DWORD needed = 0;
-    EXPECT_EQ(failure(GetFormW(h, &missing[0], 1, buf, sizeof buf, &needed)), (DWORD)ERROR_INVALID_FORM_NAME);
-    EXPECT_EQ(failure(GetFormW(h, nullptr, 1, buf, sizeof buf, &needed)), (DWORD)ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(failure(GetFormW(h, &a4[0], 2, buf, sizeof buf, &needed)), (DWORD)ERROR_INVALID_LEVEL);
 }
 
 // Two processes each count up 200 times in a value of their own and read the

@@ -5,13 +5,10 @@
 #include "testkit.h"
 
 #include "px/winapi.h"
-#include "px/wincrt.h"
-#include "px/winproc.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -44,15 +41,6 @@ BOOL readOneByte()
     return ok && got == 1;
 }
 
-BOOL startTrue()
-{
-    std::u16string line = u"/bin/true";
-    STARTUPINFOW si = {};
-    si.cb = sizeof si;
-    PROCESS_INFORMATION pi = {};
-    return CreateProcessW(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi);
-}
-
 TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
 {
     const Row rows[] = {
@@ -62,22 +50,8 @@ TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
          [] { return openWrite("C:\\f", 0); }, ERROR_SHARING_VIOLATION},
         {"read", [](PxSyscalls& s) { s.read = [](int, void*, size_t) -> ssize_t { return errno = EIO, -1; }; },
          readOneByte, ERROR_WRITE_FAULT},
-        {"stat", [](PxSyscalls& s) { s.stat = [](const char*, struct stat*) { return errno = EACCES, -1; }; },
-         [] { return (BOOL)(GetFileAttributesA("C:\\f") != INVALID_FILE_ATTRIBUTES); }, ERROR_ACCESS_DENIED},
-        {"unlink", [](PxSyscalls& s) { s.unlink = [](const char*) { return errno = EROFS, -1; }; },
-         [] { return DeleteFileA("C:\\f"); }, ERROR_ACCESS_DENIED},
         {"mkdir", [](PxSyscalls& s) { s.mkdir = [](const char*, mode_t) { return errno = ENOSPC, -1; }; },
          [] { return CreateDirectoryA("C:\\d", nullptr); }, ERROR_DISK_FULL},
-        {"dlopen", [](PxSyscalls& s) { s.dlopen = [](const char*, int) -> void* { return nullptr; }; },
-         [] { return (BOOL)(LoadLibraryW(u"/lib/x86_64-linux-gnu/libc.so.6") != nullptr); }, ERROR_MOD_NOT_FOUND},
-        {"posix_spawn",
-         [](PxSyscalls& s) {
-             s.spawn = [](pid_t*, const char*, const posix_spawn_file_actions_t*, const posix_spawnattr_t*,
-                          char* const*, char* const*) { return ENOMEM; };
-         },
-         startTrue, ERROR_NOT_ENOUGH_MEMORY},
-        {"allocation", [](PxSyscalls& s) { s.calloc = [](size_t, size_t) -> void* { return nullptr; }; },
-         [] { return (BOOL)(GlobalAlloc(GHND, 16) != nullptr); }, ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const Row& row : rows) {
         testkit::TempRoot root;
@@ -88,40 +62,6 @@ TEST(Syscalls, EachFailureSurfacesAsItsWindowsError)
         EXPECT_FALSE(row.call()) << row.name;
         EXPECT_EQ(GetLastError(), row.error) << row.name;
     }
-}
-
-// The C runtime's streams open, read and close through the table as well;
-// their failures are errno values and the stream's error flag.
-TEST(Syscalls, RuntimeStreamsGoThroughTheTable)
-{
-    testkit::TempRoot root;
-    testkit::writeFile(root.path() + "/drive_c/f", "abc");
-    testkit::SyscallGuard guard;
-    guard->open = [](const char*, int, mode_t) { return errno = EMFILE, -1; };
-    errno = 0;
-    EXPECT_EQ(_wfopen(u"C:\\f", u"rb"), nullptr);
-    EXPECT_EQ(errno, EMFILE);
-    PxResetSyscalls();
-
-    FILE* file = _wfopen(u"C:\\f", u"rb");
-    ASSERT_NE(file, nullptr);
-    char bytes[4] = {};
-    EXPECT_EQ(fread(bytes, 1, 2, file), 2u);
-    guard->read = [](int, void*, size_t) -> ssize_t { return errno = EIO, -1; };
-    fseek(file, 0, SEEK_SET);  // drops what the stream had buffered
-    EXPECT_EQ(fread(bytes, 1, 3, file), 0u);
-    EXPECT_TRUE(ferror(file));
-    fclose(file);
-    PxResetSyscalls();
-
-    file = _wfopen(u"C:\\new", u"wb");
-    ASSERT_NE(file, nullptr);
-    guard->write = [](int, const void*, size_t) -> ssize_t { return errno = ENOSPC, -1; };
-    fputs("lost", file);
-    EXPECT_NE(fclose(file), 0) << "a write that failed when the stream flushed";
-    PxResetSyscalls();
-    EXPECT_EQ(_wfopen(u"C:\\", u"rb"), nullptr) << "a folder is not a stream";
-    EXPECT_EQ(errno, EACCES);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 // The class factory, the plug-in object's identity and its fixed answers.
 #include "fake_unidrv.h"
+#include "diag/diag.h"
 #include "frame/oemuni.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace {
 
@@ -93,6 +97,23 @@ TEST(PluginObject, GetInfoAnswersAndLastErrors)
         EXPECT_EQ(buffer, c.value);
     }
     plugin->Release();
+}
+
+TEST(PluginObject, GetInfoLogsItsPaths)
+{
+    testkit::TempRoot root;
+    IPrintOemUni* plugin = createPlugin();
+    gDebugLevel = 1;
+    DWORD buffer = 0, needed = 0;
+    plugin->GetInfo(OEMGI_GETSIGNATURE, &buffer, 4, &needed);
+    plugin->GetInfo(2, &buffer, 4, &needed);
+    plugin->GetInfo(OEMGI_GETVERSION, &buffer, 3, &needed);
+    gDebugLevel = 0;
+    plugin->Release();
+    EXPECT_EQ(root.log(),
+              "IOemUni::GetInfo(1) \r\nIOemUni::GetInfo() exit S_OK, (*pBuffer is 0x51504d53).\r\n"
+              "IOemUni::GetInfo(2) \r\nIOemUni::GetInfo() exit pcbNeeded is NULL! ERROR_INVALID_PARAMETER.\r\n"
+              "IOemUni::GetInfo(3) \r\nIOemUni::GetInfo() exit insufficient buffer!\r\n");
 }
 
 TEST(PluginObject, ImplementedMethodsByExactName)

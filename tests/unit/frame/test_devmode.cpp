@@ -1,5 +1,7 @@
 // The private device-mode block: size, defaults, conversion, merging.
+#include "diag/diag.h"
 #include "frame/devmode.h"
+#include "testkit.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +92,22 @@ TEST(DevMode, CorruptSizesAndMissingBlocksAreSafe)
         EXPECT_EQ(hrOEMDevMode(mode, mode == OEMDM_SIZE ? nullptr : &param), E_FAIL) << mode;
         EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_PARAMETER) << mode;
     }
+}
+
+TEST(DevMode, DumpTellsOurBlocksFromOthers)
+{
+    testkit::TempRoot root;
+    gDebugLevel = 1;
+    OEMDEV ours = block(208, kSignature, 0), shortBlock = block(200, kSignature, 0);
+    Dump(&ours);
+    Dump(&shortBlock);
+    gDebugLevel = 0;
+    char expected[512];
+    px_format(expected, sizeof expected,
+              "UNI:Dump(0x%X)\t dmOEMExtra.dwSize = 208  dwSignature = 0x51504D53  dwVersion   = 0x7 \n"
+              "UNI:Dump(0x%X)  -> unknown private OEM DEVMODE.\n",
+              px_low32(&ours), px_low32(&shortBlock));
+    EXPECT_EQ(root.log(), expected);
 }
 
 }  // namespace

@@ -127,4 +127,22 @@ TEST_F(Forwarding, BitBltDumpsItsParametersAtDetailLevelOnly)
         EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
 }
 
+TEST_F(Forwarding, StrokePathAndFontTreeLogAtMessageLevel)
+{
+    testkit::TempRoot root;
+    gDebugLevel = 1;
+    POINTL origin = {3, 4};
+    OEMStrokePath(&surface, nullptr, nullptr, nullptr, nullptr, &origin, nullptr, 0);
+    fake::calls().ulongResult = 0x1000;
+    ULONG_PTR id = 0x77;
+    EXPECT_EQ(OEMQueryFontTree(device(), 0x20, 7, 2, &id), (PVOID)0x1000);
+    EXPECT_EQ(root.log(),
+              "OEMStokePath()\n"
+              "   pco:     NULL \r\n"
+              "   pptlBrushOrg:     [3, 4]:\r\n"
+              "OEMQueryFontTree(): iFile=0x0000000000000020, iFace=7\n"
+              "OEMQueryFontTree(): iMode=2\n"
+              "OEMQueryFontTree(): pdft=0x0000000000001000, pid=0x0000000000000077\n");
+}
+
 }  // namespace

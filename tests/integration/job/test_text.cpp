@@ -303,35 +303,4 @@ TEST_F(Text, ATextFilePrintsAsBraillePagesInTheFirstMappedFace)
     EXPECT_THROW(host::textJob("bad.txt", "caf\xC3", options), host::JobError);
 }
 
-TEST_F(Text, TheHostsGdiCallsServeItsOwnHandlesOnly)
-{
-    HDC dc = CreateDCW(u"DISPLAY", nullptr, nullptr, nullptr);
-    HFONT font = CreateFontW(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, u"DejaVu Sans Mono");
-    ASSERT_TRUE(dc && font);
-    SetLastError(0xdeadbeef);
-    EXPECT_EQ(GetFontUnicodeRanges(dc, nullptr), 0u) << "no font selected";
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_HANDLE);
-    EXPECT_EQ(SelectObject(dc, font), nullptr);  // nothing was selected before
-
-    DWORD size = GetFontUnicodeRanges(dc, nullptr);
-    std::vector<uint8_t> block(size);
-    auto* set = reinterpret_cast<GLYPHSET*>(block.data());
-    ASSERT_EQ(GetFontUnicodeRanges(dc, set), size);
-    EXPECT_EQ(set->cbThis, size);
-    EXPECT_EQ(set->ranges[0].wcLow, u' ');  // the printable ASCII run comes first
-    EXPECT_GE(set->ranges[0].cGlyphs, 95);
-    WORD indices[2] = {};
-    EXPECT_EQ(GetGlyphIndicesW(dc, u"A\uE000", 2, indices, 0), 2u);
-    EXPECT_NE(indices[0], 0);
-    EXPECT_EQ(indices[1], 0) << "a character the face lacks";
-
-    EXPECT_TRUE(DeleteObject(font));
-    EXPECT_TRUE(DeleteDC(dc));
-    for (BOOL again : {DeleteDC(dc), DeleteObject(font), DeleteDC(reinterpret_cast<HDC>(&block))})
-        EXPECT_FALSE(again);
-    SetLastError(0xdeadbeef);
-    EXPECT_EQ(SelectObject(dc, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_HANDLE);
-}
-
 }  // namespace

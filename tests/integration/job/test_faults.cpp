@@ -72,10 +72,6 @@ protected:
         original = testkit::readFile(root->path() + kPrinterFile);
         runFailing(Call::Count, 0, work);
         afterClean = testkit::readFile(root->path() + kPrinterFile);
-        std::string calls;
-        for (int k = 0; k < (int)Call::Count; ++k)
-            calls += std::string(k ? ", " : "") + testkit::callName((Call)k) + " " + std::to_string(counts[k]);
-        RecordProperty("calls", calls);
         ASSERT_GT(counts[(int)Call::Open], 0u);
         ASSERT_GT(counts[(int)Call::Alloc], 0u);
         for (int k = 0; k < (int)Call::Count; ++k)

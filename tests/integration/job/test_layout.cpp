@@ -41,10 +41,11 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
     }
 }
 
-TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
+TEST_F(Layout, AMagnifiedPageComesOutTileByTileOrFromItsContent)
 {
     // Magnification 2 of a page of four grey quarters: four pages, top-left,
-    // bottom-left, top-right, bottom-right, each one quarter enlarged.
+    // bottom-left, top-right, bottom-right, each one quarter enlarged; with
+    // three copies, each tile's copies side by side.
     printer(jobtest::dword("Magnification", 2));
     host::JobSpec job = jobtest::greyDocument(1, 1, false);
     job.surface.banding = false;
@@ -52,22 +53,17 @@ TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
                         rect(50, 0, 100, 50, jobtest::greyForDot(3)), rect(50, 50, 100, 100, jobtest::greyForDot(4))};
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 2, 3, 4}));
-
-    // Three copies: each tile's copies side by side.
     job.devmode.copies = 3;
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4}));
     expectAllocationsReturned();
-}
 
-TEST_F(Layout, AMagnifiedPageWithoutWhiteSpaceStartsAtItsContent)
-{
-    // Content only in the top-left quarter, from pixel (12, 13): one page whose
-    // origin is that corner rounded down to a whole cell (10, 10); the 40-pixel
-    // square, twice as large, covers cells 0 to 16 each way.
+    // Without white space, content only in the top-left quarter, from pixel
+    // (12, 13): one page whose origin is that corner rounded down to a whole
+    // cell (10, 10); the 40-pixel square, twice as large, covers cells 0 to
+    // 16 each way. A page without content is one blank page.
     printer(jobtest::dword("Magnification", 2) + ", " + jobtest::dword("NoWhiteSpaceMagnification", 1));
-    host::JobSpec job = jobtest::greyDocument(1, 1, false);
-    job.surface.banding = false;
+    job.devmode.copies = 1;
     job.pages[0].ops = {rect(12, 13, 52, 53, 0)};
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled).size(), 1u);
@@ -76,8 +72,6 @@ TEST_F(Layout, AMagnifiedPageWithoutWhiteSpaceStartsAtItsContent)
     EXPECT_EQ((cells[{1, 1}]), 7);
     EXPECT_EQ((cells[{15, 15}]), 7);
     EXPECT_EQ(cells.count({17, 17}), 0u);
-
-    // A page without content: one blank page.
     job.pages[0].ops.clear();
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{0}));

@@ -118,28 +118,22 @@ class PrintFaultSweep : public FaultSweep {
 protected:
     std::string folder() const { return root->path() + "/out"; }
 
-    // A job of `pages` small grey pages (page k is dot value k), with these
-    // control flags.
-    std::string jobFile(int pages, const std::string& controlFlags) const
+    // A job file of two collated copies of two small grey pages; the
+    // double-sided one has a third page and asks for interpoint.
+    std::string jobFile(bool doubleSided) const
     {
+        const std::string page = R"({"ops": [{"rect": [0, 0, 100, 100], "fill": [146, 146, 146]}]})";
         std::string json = R"({"devmode": {"paperWidth": 254, "paperLength": 254, "printQuality": 100,
-            "yResolution": 100, "copies": 2, "collate": true}, )";
-        if (!controlFlags.empty())
-            json += R"("controlFlags": ")" + controlFlags + R"(", )";
-        json += R"("pages": [)";
-        for (int p = 1; p <= pages; ++p) {
-            int g = jobtest::greyForDot(p);
-            json += std::string(p > 1 ? ", " : "") + R"({"ops": [{"rect": [0, 0, 100, 100], "fill": [)" +
-                    std::to_string(g) + ", " + std::to_string(g) + ", " + std::to_string(g) + "]}]}";
-        }
+            "yResolution": 100, "copies": 2, "collate": true}, "pages": [)" + page + ", " + page;
+        json += doubleSided ? ", " + page + R"(], "controlFlags": "INTERPOINT=1"})" : "]}";
         std::string path = root->path() + "/job.json";
-        testkit::writeFile(path, json + "]}");
+        testkit::writeFile(path, json);
         return path;
     }
 
-    Work print(const std::string& input, bool doubleSided)
+    Work print(bool doubleSided)
     {
-        return [this, input, doubleSided](const std::string& at) -> std::string {
+        return [this, input = jobFile(doubleSided), doubleSided](const std::string& at) -> std::string {
             const std::string names[] = {"job.prn", "job-front.prn", "job-back.prn"};
             fs::remove_all(folder());
             fs::create_directories(folder());
@@ -182,14 +176,14 @@ protected:
     }
 };
 
-TEST_F(PrintFaultSweep, EveryCallOfAPrintFailingInTurn) { sweep(print(jobFile(2, ""), false)); }
+TEST_F(PrintFaultSweep, EveryCallOfAPrintFailingInTurn) { sweep(print(false)); }
 
 // A double-sided print ends with the page files, the dialog program that is
 // told about them, and their move beside OUT.
 TEST_F(PrintFaultSweep, EveryCallOfADoubleSidedPrintFailingInTurn)
 {
     controlStringFromJob = true;
-    sweep(print(jobFile(3, "INTERPOINT=1"), true));
+    sweep(print(true));
     EXPECT_GT(counts[(int)Call::Spawn] * counts[(int)Call::Rename], 0u);
 }
 

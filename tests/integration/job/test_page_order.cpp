@@ -110,12 +110,11 @@ TEST_F(PageOrder, EveryCombinationGivesThePromisedOrderOnBothWindowsGenerations)
                             for (int copies : {-2, 1, 3}) {
                                 if (!interpoint && printOdd != 0)
                                     continue;  // the odd/even choice is for double-sided documents
-                                SCOPED_TRACE(testing::Message()
-                                             << "Windows " << windows << (interpoint ? ", interpoint" : ", single-sided")
-                                             << (collate ? ", collated" : ", uncollated") << ", PrintOdd " << printOdd
-                                             << (preview ? ", preview" : "") << ", " << pages << " pages, " << copies
-                                             << " copies");
                                 Case c{interpoint, collate, preview, printOdd, pages, copies};
+                                SCOPED_TRACE(testing::Message()
+                                             << "Windows " << windows << ", interpoint " << interpoint << ", collate "
+                                             << collate << ", PrintOdd " << printOdd << ", preview " << preview
+                                             << ", " << pages << " pages, " << copies << " copies");
                                 Outcome want = expected(c), got = print(c, windows);
                                 EXPECT_EQ(got.spool, want.spool);
                                 EXPECT_EQ(got.front, want.front);

@@ -205,7 +205,7 @@ TEST_F(Text, TextWithoutBrailleIsShapedPassedOnOrDroppedAndInkNeverEmbosses)
     EXPECT_NE(root->log().find("missing glyph: 233, printing image"), std::string::npos);
 }
 
-TEST(TextFile, LinesWrapAtSpacesAndFillPages)
+TEST_F(Text, ATextFileIsLaidOutInLinesAndPagesInTheFirstMappedFace)
 {
     using Pages = std::vector<std::vector<std::u16string>>;
     struct Case {
@@ -221,10 +221,7 @@ TEST(TextFile, LinesWrapAtSpacesAndFillPages)
     };
     for (const Case& c : cases)
         EXPECT_EQ(host::layOutText(c.text, 6, 2), c.pages);
-}
 
-TEST_F(Text, ATextFileBecomesPagesOfLinesInTheFirstMappedFace)
-{
     printerWithFonts("", "computer-braille");
     host::ImageJobOptions options;
     std::string letter(70 * 30, 'x');  // 70 lines' worth of one long word: pages of cut lines

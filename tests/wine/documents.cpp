@@ -5,7 +5,6 @@
 #include "driver_check.h"
 #include "driver_uni.h"
 
-#include <cstdio>
 #include <fstream>
 #include <vector>
 
@@ -221,7 +220,6 @@ void runDocuments(IPrintOemUni* plugin, const std::string& outDir, CheckLog& log
         file.write(reinterpret_cast<const char*>(stream.data()), (std::streamsize)stream.size());
         file.close();
         log.expect(!file.fail(), name + ": stream written");
-        std::printf("%s: %zu bytes\n", doc.name, stream.size());
     }
     plugin->DisableDriver();
     ClosePrinter(printer);

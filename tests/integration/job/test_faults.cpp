@@ -1,10 +1,8 @@
-// A whole document through the host, and a whole pumex print, with each
-// system call of the platform failing in turn: the nth open, read, write, ...
-// allocation, for every n the run reaches. Whatever fails, nothing crashes,
-// every block the run took is given back, the printer file stays whole (as it
-// was, or as a clean run leaves it) and the run either completes or stops with
-// one clear line. pumex print also never loses what OUT held before: OUT is
-// either as it was or a whole stream, and nothing is left beside it.
+// A document through the host, and a pumex print, with the nth call of each
+// kind (open, read, write, ... allocation) failing, for every n a run reaches:
+// nothing crashes, every block comes back, the printer file stays whole, the
+// run completes or stops with one clear line, and OUT and the page files are
+// as they were or whole streams, with nothing left beside them.
 #include "job_fixture.h"
 #include "print_job.h"
 

@@ -4,7 +4,6 @@
 
 namespace {
 
-using jobtest::Cells;
 using jobtest::rect;
 
 class Layout : public jobtest::JobTest {};
@@ -36,7 +35,7 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
             ASSERT_EQ(decoded.pages.size(), 1u);
             EXPECT_EQ(decoded.pages[0].columns, 20u);
             EXPECT_EQ(decoded.pages[0].header.height, 30u);
-            EXPECT_EQ(jobtest::cellsOf(spooled), (Cells{{want.cell, 7}}));
+            EXPECT_EQ(jobtest::cellsOf(spooled), (jobtest::Cells{{want.cell, 7}}));
         }
     }
 }

@@ -1,9 +1,8 @@
 // The order of the pages a document ends with, for every combination of
-// double-sided printing, collation, the odd/even choice and preview, with
-// one, two and three pages and no (a negative count), one and three copies,
-// on both Windows generations: the spooled stream, the front and back page
-// files and the program started afterwards are decoded and compared with the
-// order the driver promises its users.
+// double-sided printing, collation, the odd/even choice, preview, one to three
+// pages, no (a negative count), one and three copies and both Windows
+// generations: the spooled stream, the page files and the program started
+// afterwards are compared with the order the driver promises its users.
 #include "job_fixture.h"
 
 #include <algorithm>

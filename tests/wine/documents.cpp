@@ -5,7 +5,6 @@
 #include "driver_check.h"
 #include "driver_uni.h"
 
-#include <cstdio>
 #include <fstream>
 #include <vector>
 
@@ -36,13 +35,11 @@ struct Document {
     DWORD printOdd;  // 1: front sides only, 2: back sides only (both to the spooler)
 };
 
-// Few and telling: both orientations and resolutions, bands and whole pages,
-// a dithered grey ramp, collated and uncollated copies, both sides of a
-// three-page double-sided document.
+// Few and telling: both orientations and resolutions, bands and whole pages
+// (portrait ones in the copies documents), a dithered grey ramp, collated and
+// uncollated copies, both sides of a three-page double-sided document.
 const Document kDocuments[] = {
-    {"portrait-100-banded", 100, false, true, 1, 1, false, 0, 0, 0},
     {"landscape-100-whole", 100, true, false, 1, 1, false, 0, 0, 0},
-    {"portrait-300-whole", 300, false, false, 1, 1, false, 0, 0, 0},
     {"landscape-300-banded", 300, true, true, 1, 1, false, 0, 0, 0},
     {"ramp-dithered", 100, false, true, 1, 1, false, 1, 0, 0},
     {"copies3-collated", 100, false, false, 2, 3, true, 0, 0, 0},
@@ -223,7 +220,6 @@ void runDocuments(IPrintOemUni* plugin, const std::string& outDir, CheckLog& log
         file.write(reinterpret_cast<const char*>(stream.data()), (std::streamsize)stream.size());
         file.close();
         log.expect(!file.fail(), name + ": stream written");
-        std::printf("%s: %zu bytes\n", doc.name, stream.size());
     }
     plugin->DisableDriver();
     ClosePrinter(printer);

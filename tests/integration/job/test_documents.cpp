@@ -81,20 +81,17 @@ TEST_F(Documents, TheTypicalJobIsTwoCopiesOfThePageByteForByte)
 
 TEST_F(Documents, AResetInTheMiddleOfADocumentLosesNoPage)
 {
-    for (bool interpoint : {false, true}) {
-        printer(jobtest::dword("InterPoint", interpoint));
-        host::RunOptions reset;
-        reset.resetBeforePage = 1;
-        run(jobtest::greyDocument(3, 1, false), reset);
-        if (!interpoint) {
-            EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 2, 3}));
-            EXPECT_NE(root->log().find("ResetDC(): OEMStartDoc() called from ResetDC()\n"), std::string::npos);
-        } else {
-            ASSERT_EQ(started.size(), 1u);
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][6]), (std::vector<int>{1, 3}));
-            EXPECT_EQ(jobtest::pageIdsOfFile(started[0][7]), (std::vector<int>{2, 0}));
-        }
-    }
+    // Single-sided pages go out as they come; double-sided, the stored ones last.
+    host::RunOptions reset;
+    reset.resetBeforePage = 1;
+    run(jobtest::greyDocument(3, 1, false), reset);
+    EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 2, 3}));
+    EXPECT_NE(root->log().find("ResetDC(): OEMStartDoc() called from ResetDC()\n"), std::string::npos);
+    printer(jobtest::dword("InterPoint", 1));
+    run(jobtest::greyDocument(3, 1, false), reset);
+    ASSERT_EQ(started.size(), 1u);
+    EXPECT_EQ(jobtest::pageIdsOfFile(started[0][6]), (std::vector<int>{1, 3}));
+    EXPECT_EQ(jobtest::pageIdsOfFile(started[0][7]), (std::vector<int>{2, 0}));
     expectAllocationsReturned();
 }
 

@@ -4,7 +4,6 @@
 
 namespace {
 
-using jobtest::Cells;
 using jobtest::rect;
 
 class Layout : public jobtest::JobTest {};
@@ -36,7 +35,7 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
             ASSERT_EQ(decoded.pages.size(), 1u);
             EXPECT_EQ(decoded.pages[0].columns, 20u);
             EXPECT_EQ(decoded.pages[0].header.height, 30u);
-            EXPECT_EQ(jobtest::cellsOf(spooled), (Cells{{want.cell, 7}}));
+            EXPECT_EQ(jobtest::cellsOf(spooled), (jobtest::Cells{{want.cell, 7}}));
         }
     }
 }
@@ -44,7 +43,8 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
 TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
 {
     // Magnification 2 of a page of four grey quarters: four pages, top-left,
-    // bottom-left, top-right, bottom-right, each one quarter enlarged.
+    // bottom-left, top-right, bottom-right, each one quarter enlarged; with
+    // three copies, each tile's copies side by side.
     printer(jobtest::dword("Magnification", 2));
     host::JobSpec job = jobtest::greyDocument(1, 1, false);
     job.surface.banding = false;
@@ -52,35 +52,10 @@ TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
                         rect(50, 0, 100, 50, jobtest::greyForDot(3)), rect(50, 50, 100, 100, jobtest::greyForDot(4))};
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 2, 3, 4}));
-
-    // Three copies: each tile's copies side by side.
     job.devmode.copies = 3;
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4}));
     expectAllocationsReturned();
-}
-
-TEST_F(Layout, AMagnifiedPageWithoutWhiteSpaceStartsAtItsContent)
-{
-    // Content only in the top-left quarter, from pixel (12, 13): one page whose
-    // origin is that corner rounded down to a whole cell (10, 10); the 40-pixel
-    // square, twice as large, covers cells 0 to 16 each way.
-    printer(jobtest::dword("Magnification", 2) + ", " + jobtest::dword("NoWhiteSpaceMagnification", 1));
-    host::JobSpec job = jobtest::greyDocument(1, 1, false);
-    job.surface.banding = false;
-    job.pages[0].ops = {rect(12, 13, 52, 53, 0)};
-    run(job);
-    EXPECT_EQ(jobtest::pageIds(spooled).size(), 1u);
-    Cells cells = jobtest::cellsOf(spooled);
-    EXPECT_EQ(cells.count({0, 0}), 0u);
-    EXPECT_EQ((cells[{1, 1}]), 7);
-    EXPECT_EQ((cells[{15, 15}]), 7);
-    EXPECT_EQ(cells.count({17, 17}), 0u);
-
-    // A page without content: one blank page.
-    job.pages[0].ops.clear();
-    run(job);
-    EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{0}));
 }
 
 }  // namespace

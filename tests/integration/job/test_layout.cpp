@@ -40,7 +40,7 @@ TEST_F(Layout, LandscapeIsTurnedOntoThePageBothWaysInBandsAndWholePages)
     }
 }
 
-TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
+TEST_F(Layout, AMagnifiedPageComesOutTileByTileOrFromItsContent)
 {
     // Magnification 2 of a page of four grey quarters: four pages, top-left,
     // bottom-left, top-right, bottom-right, each one quarter enlarged; with
@@ -56,6 +56,24 @@ TEST_F(Layout, AMagnifiedPageComesOutTileByTileColumnByColumn)
     run(job);
     EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4}));
     expectAllocationsReturned();
+
+    // Without white space, content only in the top-left quarter, from pixel
+    // (12, 13): one page whose origin is that corner rounded down to a whole
+    // cell (10, 10); the 40-pixel square, twice as large, covers cells 0 to
+    // 16 each way. A page without content is one blank page.
+    printer(jobtest::dword("Magnification", 2) + ", " + jobtest::dword("NoWhiteSpaceMagnification", 1));
+    job.devmode.copies = 1;
+    job.pages[0].ops = {rect(12, 13, 52, 53, 0)};
+    run(job);
+    EXPECT_EQ(jobtest::pageIds(spooled).size(), 1u);
+    jobtest::Cells cells = jobtest::cellsOf(spooled);
+    EXPECT_EQ(cells.count({0, 0}), 0u);
+    EXPECT_EQ((cells[{1, 1}]), 7);
+    EXPECT_EQ((cells[{15, 15}]), 7);
+    EXPECT_EQ(cells.count({17, 17}), 0u);
+    job.pages[0].ops.clear();
+    run(job);
+    EXPECT_EQ(jobtest::pageIds(spooled), (std::vector<int>{0}));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "job_fixture.h"
 
 #include "braille_table.h"
+#include "text_job.h"
 #include "text_services.h"
 
 #include <algorithm>
@@ -202,6 +203,37 @@ TEST_F(Text, TextWithoutBrailleIsShapedPassedOnOrDroppedAndInkNeverEmbosses)
         EXPECT_EQ(print(page(1, 200, {c.op})), c.result == DROPPED ? Cells{} : shapeOf(c.op, c.result)) << c.name;
     }
     EXPECT_NE(root->log().find("missing glyph: 233, printing image"), std::string::npos);
+}
+
+TEST_F(Text, ATextFileIsLaidOutInLinesAndPagesInTheFirstMappedFace)
+{
+    using Pages = std::vector<std::vector<std::u16string>>;
+    struct Case {
+        const char16_t* text;
+        Pages pages;  // 6 characters a line, 2 lines a page
+    } cases[] = {
+        {u"", {{}}},
+        {u"one\r\ntwo\n", {{u"one", u"two"}}},
+        {u"a bb ccc dddd", {{u"a bb", u"ccc"}, {u"dddd"}}},
+        {u"abcdefghij", {{u"abcdef", u"ghij"}}},
+        {u"x\fy\tz", {{u"x"}, {u"y z"}}},
+        {u"1\n2\n3\n\n5", {{u"1", u"2"}, {u"3", u""}, {u"5"}}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(host::layOutText(c.text, 6, 2), c.pages);
+
+    printerWithFonts("", "computer-braille");
+    host::ImageJobOptions options;
+    std::string letter(70 * 30, 'x');  // 70 lines' worth of one long word: pages of cut lines
+    host::JobSpec job = host::textJob("letter.txt", "Dear reader,\n" + letter, options);
+    ASSERT_GT(job.pages.size(), 1u);
+    const auto& first = std::get<host::TextOp>(job.pages[0].ops[0]);
+    EXPECT_EQ(first.face, "DejaVu Sans Mono");
+    EXPECT_EQ(first.text, "Dear reader,");
+    // Three positions a character at rf 5.
+    auto laid = host::layoutText(first, {0, 0});
+    EXPECT_EQ(laid->glyphs[1].ptl.x - laid->glyphs[0].ptl.x, 3 * 5);
+    EXPECT_THROW(host::textJob("bad.txt", "caf\xC3", options), host::JobError);
 }
 
 }  // namespace

@@ -1,23 +1,20 @@
 // Braille fonts: the file reader (header, name, glyph records, bitmap coding, bad and cut
-// files, running out of memory, a seeded run over damaged files), and the printer's font
+// files, running out of memory), and the printer's font
 // list (lookup, lazy loading, the check for missing files with its one error dialog).
 #include "braille/dpfont.h"
 #include "config/config.h"
 #include "diag/diag.h"
 #include "testkit.h"
 
-#include "px/wincrt_stat.h"
 #include "px/winproc.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <random>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -48,7 +45,6 @@ using FontPtr = std::unique_ptr<DPFont, decltype(&DPFont_delete)>;
 
 class FontFile : public ::testing::Test {
 protected:
-    void TearDown() override { gDebugLevel = 0; }
     FontPtr load() { return FontPtr(DPFont_new(testkit::wide(path).c_str()), DPFont_delete); }
     FontPtr load(const std::string& content) { testkit::writeFile(path, content); return load(); }
     testkit::TempRoot root;
@@ -71,7 +67,6 @@ std::string describe(const DPGlyph* g)
 TEST_F(FontFile, TheExampleLoadsAsFontABWithOneGlyph)
 {
     const DWORD before = gTotalBytesAlloc;
-    gDebugLevel = 1;
     FontPtr font = load(kExample);
     ASSERT_NE(font, nullptr);
     EXPECT_EQ(std::u16string(font->name), u"AB");
@@ -82,9 +77,6 @@ TEST_F(FontFile, TheExampleLoadsAsFontABWithOneGlyph)
     ASSERT_NE(font->missingGlyph, nullptr);
     EXPECT_EQ(describe(font->missingGlyph), "0000 8x5/2 no bitmap");  // the placeholder
     font.reset();
-    EXPECT_EQ(root.log(), "DPGlyph_new(): new glyph\nDPFont_new(): font file: " + path + "\nfile opened\n"
-                          "file size: 31\nnum glyphs: 1\nmaxHeight: 3\nmaxWidth: 2\nname: AB\nDPGlyph_new(): "
-                          "new glyph\nsymbols read: 1\nDPFont_delete(): deleting font " + path + "\n");
     EXPECT_EQ(gTotalBytesAlloc, before);
 }
 
@@ -92,10 +84,8 @@ TEST_F(FontFile, BitmapCodingTakesTheLowerBitOfEachPairLeftmostPositionHighest)
 {
     const struct { int width, height; std::vector<int> bits; const char* glyph; } cases[] = {
         {2, 3, {0x50, 0x10, 0x40}, "2800 3x2/1 0.0 0.1 1.1 2.0"},        // 6-dot cell
-        {4, 1, {0xAA}, "2800 1x4/1"},                                    // upper bits of every pair
         {4, 1, {0x55}, "2800 1x4/1 0.0 0.1 0.2 0.3"},                    // all four positions of a byte
-        {5, 1, {0x00, 0x7F}, "2800 1x5/2 0.4"},                          // width 5: the last six bits ignored
-        {5, 2, {0x01, 0x00, 0x00, 0x40}, "2800 2x5/2 0.3 1.4"},          // width 5, two rows
+        {5, 2, {0x01, 0x00, 0x00, 0x7F}, "2800 2x5/2 0.3 1.4"},          // width 5: the spare bits ignored
         {2, 4, {0x40, 0x00, 0x10, 0x50}, "2800 4x2/1 0.0 2.1 3.0 3.1"},  // 8-dot cell
     };
     for (const auto& c : cases) {
@@ -111,8 +101,7 @@ TEST_F(FontFile, BitmapCodingTakesTheLowerBitOfEachPairLeftmostPositionHighest)
 TEST_F(FontFile, TheNameIsUtf16WithAnOddLastByteACharacterOfItsOwn)
 {
     const std::pair<std::string, std::u16string> cases[] = {  // the last: 255 bytes, 128 characters
-        {bytes({0x41, 0x00, 0x42}), u"AB"}, {"", u""}, {bytes({0xE9, 0x00, 0x13, 0x28}), u"\u00E9\u2813"},
-        {std::string(255, '\x41'), std::u16string(127, u'\x4141') + u"A"}};
+        {bytes({0x41, 0x00, 0x42}), u"AB"}, {std::string(255, '\x41'), std::u16string(127, u'\x4141') + u"A"}};
     for (const auto& [nameBytes, name] : cases) {
         FontPtr font = load(header(1, nameBytes) + glyph(0x41, 3, 2, {0x40, 0, 0}));
         ASSERT_NE(font, nullptr);
@@ -171,54 +160,6 @@ TEST_F(FontFile, RunningOutOfMemoryAnywhereGivesNoFontAndLeaksNothing)
     EXPECT_TRUE(allowed >= 9 && allowed < 100) << allowed;  // font, placeholder, name, array, 3 glyphs, 3 bitmaps
 }
 
-// Lightly and heavily damaged files, seeded so a failure repeats: every loaded font holds
-// together (each bitmap as large as its glyph's size says) and gives back all its memory;
-// the sanitizer builds catch any read or write outside it. A new file each, in memory
-// where there is some (some file systems flush a rewritten file at every close).
-TEST(FontFuzz, DamagedFilesLoadSafely)
-{
-    testkit::TempRoot root;
-    std::string dir = "/dev/shm/pumex-fuzz-XXXXXX";
-    if (!mkdtemp(&dir[0]))
-        dir = root.path();
-    std::mt19937 rng(20240531);
-    const DWORD before = gTotalBytesAlloc;
-    int loaded = 0;
-    for (int i = 0; i < 4000; ++i) {
-        std::string s = kExample;
-        for (int e = i % 4 == 3 ? 40 : 1 + rng() % 4; e > 0 && !s.empty(); --e) {
-            size_t at = rng() % s.size();
-            switch (rng() % 4) {
-            case 0: s[at] = (char)rng(); break;           // change a byte
-            case 1: s.insert(at, 1, (char)rng()); break;  // insert a byte
-            case 2: s.erase(at, 1); break;                // drop a byte
-            case 3: s.resize(at); break;                  // cut the file
-            }
-        }
-        if (s.size() > 11 && i % 400 != 0)  // most glyph counts small, for speed; one in 400 up to 65535
-            s.replace(10, 2, bytes({0, (int)(rng() % 8)}));
-
-        const std::string path = dir + "/fuzz" + std::to_string(i) + ".dp";
-        testkit::writeFile(path, s);
-        if (DPFont* font = DPFont_new(testkit::wide(path).c_str())) {
-            ++loaded;
-            EXPECT_TRUE(font->numGlyphs >= 0 && font->name[DPFONT_NAME_CHARS] == 0);
-            for (INT k = 0; k < font->numGlyphs; ++k) {
-                const DPGlyph* g = font->glyphs[k];
-                ASSERT_NE(g, nullptr) << "iteration " << i;
-                EXPECT_EQ(g->bytesPerRow, (g->width + 3) / 4);
-                EXPECT_EQ(g->bits == nullptr, g->bytesPerRow * g->height == 0);
-                describe(g);
-            }
-            DPFont_delete(font);
-        }
-        ASSERT_EQ(gTotalBytesAlloc, before) << "iteration " << i;
-    }
-    if (dir != root.path())
-        std::filesystem::remove_all(dir);
-    EXPECT_GT(loaded, 1000);
-}
-
 // Printer "Embosser" with a font list, in a root whose driver package has a dialog program
 // that notes its arguments (started the plain way, as on a Windows before 6).
 class FontList : public ::testing::Test {
@@ -236,7 +177,6 @@ protected:
         if (printer)
             ClosePrinter(printer);
         PxSetWindowsVersion(0, 0);
-        gDebugLevel = 0;
     }
     // The printer with the given "fontList" object (JSON, ' for "), and its Config.
     void makeConfig(std::string fontList)
@@ -296,18 +236,14 @@ TEST_F(FontList, FacesFindTheirFontsInListOrderSkippingEmptyValuesAndMatchingCas
     for (int i = 0; i < 6; ++i)
         EXPECT_EQ(std::u16string(config->srcFontNames[i] ? config->srcFontNames[i] : u"-"), faces[i]);
     expectFaces({{u"DejaVu Sans", 'a'}, {u"dejavu sans mono", 'b'}, {u"Numbered", 'd'}, {u"Binary", -1}, {u"Blank", -1},
-                 {u"Empty", -1}, {u"Unlisted", -1}, {u"dejavu sans", -1}, {u"DejaVu Sans Mono", -1},
-                 {u"DejaVu Sans ", -1}, {u"", -1}});
-    const int byIndex[][2] = {{0, 'a'}, {1, 'b'}, {2, -1}, {4, 'd'}, {5, -1}, {6, -1}, {-1, -1}, {1000, -1}};
+                 {u"Empty", -1}, {u"dejavu sans", -1}, {u"DejaVu Sans ", -1}});
+    const int byIndex[][2] = {{0, 'a'}, {4, 'd'}, {2, -1}, {6, -1}, {-1, -1}};
     for (const auto& i : byIndex)
         EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)i[0])), i[1]) << "index " << i[0];
 
     // Every file is there, and faces without files are not checked: no dialog.
-    gDebugLevel = 1;
     checkDPFont(config);
     ASSERT_EQ(chdir(saved), 0);
-    EXPECT_EQ(root.log(), "checkDPFont(): i = 0, DejaVu Sans --> " + a + "\ncheckDPFont(): i = 1, dejavu sans mono --> "
-                          + b + "\ncheckDPFont(): i = 4, Numbered --> 120\n");
     EXPECT_EQ(dialogNotes(0), "");
 }
 
@@ -331,21 +267,6 @@ TEST_F(FontList, OneDialogForSeveralMissingFilesAndTheOthersStillLoad)
     // The entries stay; the present fonts work, the missing ones give none.
     EXPECT_EQ(config->fontCount, 4);
     expectFaces({{u"One", '1'}, {u"Two", -1}, {u"Three", '3'}, {u"Four", -1}});
-}
-
-TEST(WStat, ReportsKindSizeAndMissingFilesOverTheSystemRoot)
-{
-    testkit::TempRoot root;
-    testkit::writeFile(root.path() + "/drive_c/ProgramData/f.dp", "12345");
-    struct _stat st;
-    EXPECT_EQ(_wstat(u"c:/ProgramData/f.dp", &st), 0);
-    EXPECT_TRUE((st.st_mode & _S_IFMT) == _S_IFREG && (st.st_mode & _S_IREAD) && st.st_size == 5 && st.st_mtime > 0);
-    const std::pair<const char16_t*, int> failing[] = {
-        {u"C:\\none.dp", ENOENT}, {u"C:\\ProgramData\\f.dp\\x", ENOTDIR}, {u"", ENOENT}, {nullptr, EINVAL}};
-    for (const auto& [path, error] : failing) {
-        errno = 0;
-        EXPECT_TRUE(_wstat(path, &st) == -1 && errno == error) << error;
-    }
 }
 
 }  // namespace

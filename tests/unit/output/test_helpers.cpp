@@ -1,8 +1,8 @@
-// Helper processes: command lines and how a started program receives them, the
-// error dialog, the page-file dialog and the viewer on both kinds of Windows.
-// Stand-ins play the dialog program and the viewer (the
-// argument recorder: it writes what it received, one a line) and the command
-// module (it writes each call it gets).
+// Helper processes: command lines and how a started program receives them, and
+// the error dialog on both kinds of Windows (the page-file dialog and the viewer
+// are started in the job tests). Stand-ins play the dialog program (the argument
+// recorder: it writes what it received, one a line) and the command module (it
+// writes each call it gets).
 #include "output/helpers.h"
 
 #include "config/config.h"
@@ -94,9 +94,6 @@ TEST_F(Helpers, QuotedArgumentsReachTheProgramExactly)
         CommandLine_addText(&line, " ");
         CommandLine_addQuoted(&line, wide(expected[i]).c_str());
     }
-    const char quoted[] = R"( "plain" "" "a \"b\" c" "ends\\" "ends\\\\" "mid\dle" "slash\\\"quote" "\"")"
-                          R"( "two  spaces" "Prägung ⠿")";
-    EXPECT_EQ(std::u16string(line.text), wide("\"" + expected[0] + "\"" + quoted));
     ASSERT_FALSE(line.bad);
     STARTUPINFOW si = {};
     si.cb = sizeof si;
@@ -123,7 +120,7 @@ TEST(CommandLines, LinesThatCannotBeStartedSafelyAreMarkedBadAndPathsAreNeverCut
     }
 }
 
-TEST_F(Helpers, ErrorAndPageFileDialogsOnBothKindsOfWindows)
+TEST_F(Helpers, ErrorDialogOnBothKindsOfWindows)
 {
     PxSetWindowsVersion(10, 0);  // the command module, when there is a usable one
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
@@ -132,9 +129,6 @@ TEST_F(Helpers, ErrorAndPageFileDialogsOnBothKindsOfWindows)
     install(PUMEX_TEST_COMMAND_MODULE, "qruxprcmdl.dll");
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), 4242);
     EXPECT_EQ(commands(), std::string("DisplayErrorDlg|Pumex Embosser|") + kDialogWinPath + "|34|0\n");
-    startPageFilesDialog(config_.get(), u"F.tmp", u"B.tmp");
-    EXPECT_EQ(commands(), std::string("ExecProcessForPrinter|Pumex Embosser|\"") + kDialogWinPath +
-                              "\" --error 33 --printer \"Pumex Embosser\" --files \"F.tmp\" \"B.tmp\"\n");
 
     // The dialog program itself; a printer name cannot add arguments.
     PxSetWindowsVersion(5, 1);
@@ -143,25 +137,7 @@ TEST_F(Helpers, ErrorAndPageFileDialogsOnBothKindsOfWindows)
     setPrinter(name);
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), STILL_ACTIVE);
     EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "34", "--printer", name}));
-    startPageFilesDialog(config_.get(), u"C:\\windows\\temp\\pmx 1.tmp", u"C:\\windows\\temp\\pmx2.tmp");
-    EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "33", "--printer", name, "--files",
-                                   "C:\\windows\\temp\\pmx 1.tmp", "C:\\windows\\temp\\pmx2.tmp"}));
     EXPECT_EQ(commands(), "");
-}
-
-TEST_F(Helpers, ViewerOnBothKindsOfWindows)
-{
-    const char viewer[] = "C:\\Program Files\\Quorvane\\Pumex Viewer\\the viewer.exe";
-    install(PUMEX_TEST_ARGV_RECORDER, "Program Files/Quorvane/Pumex Viewer/the viewer.exe");
-    install(PUMEX_TEST_COMMAND_MODULE, "qruxprcmdl.dll");
-    PxSetWindowsVersion(5, 1);
-    envokeViewer(wide(viewer).c_str(), u"C:\\windows\\temp\\pmx 1.tmp", config_.get());
-    EXPECT_EQ(startedWith(), (Args{viewer, "C:\\windows\\temp\\pmx 1.tmp", "-printer", "Pumex Embosser"}));
-
-    PxSetWindowsVersion(10, 0);  // as the printing user
-    envokeViewer(u"C:\\V\\v.exe", u"C:\\t\\p2.tmp", config_.get());
-    EXPECT_EQ(commands(),
-              "ExecProcessForPrinter|Pumex Embosser|\"C:\\V\\v.exe\" \"C:\\t\\p2.tmp\" -printer \"Pumex Embosser\"\n");
 }
 
 }  // namespace

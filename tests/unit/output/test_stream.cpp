@@ -1,6 +1,7 @@
 // The embosser stream as the encoders write it: the row encoding, the page header,
-// stored pages byte for byte (blank pages, odd widths, failures) and where the
-// bytes go. Large and random pages are read back in the stream reader's tests.
+// stored pages byte for byte (blank pages, pages without data, failures). Large,
+// random and odd-width pages are read back in the stream reader's tests, and where
+// the bytes go in the job tests.
 #include "device_fixture.h"
 #include "output/stream.h"
 
@@ -27,8 +28,8 @@ Bytes encoded(const Words& words)
 
 TEST(RowEncoding, DocumentedExamples)
 {
-    Words oneTo128, nines(202, 9), fives(256, 5);  // and 1, 200 or 254 equal words, 2
-    nines.front() = fives.front() = 1, nines.back() = fives.back() = 2;
+    Words oneTo128, nines(202, 9);  // 1, 200 nines, 2
+    nines.front() = 1, nines.back() = 2;
     Bytes oneTo128Bytes = {0x00, 0x7F};  // a literal of 127 words, then one of 1
     for (unsigned i = 1; i <= 128; ++i) {
         oneTo128.push_back(i);
@@ -53,11 +54,7 @@ TEST(RowEncoding, DocumentedExamples)
         {"9 x 130", Words(130, 9), {0x80, 0x7F, 0x09, 0x00, 0x80, 0x02, 0x09, 0x00, 0x00, 0x01, 0x09, 0x00}},
         {"1, 9 x 200, 2: runs stop at 127", nines,
          {0x00, 0x01, 0x01, 0x00, 0x80, 0x7F, 0x09, 0x00, 0x80, 0x49, 0x09, 0x00, 0x00, 0x01, 0x02, 0x00}},
-        {"1, 5 x 254, 2: two full runs", fives,
-         {0x00, 0x01, 0x01, 0x00, 0x80, 0x7F, 0x05, 0x00, 0x80, 0x7F, 0x05, 0x00, 0x00, 0x01, 0x02, 0x00}},
         {"1 .. 128: literals stop at 127", oneTo128, oneTo128Bytes},
-        {"no words", {}, {0xC0, 0x01}},
-        {"high bytes count", {0x0F00, 0x0F00}, {0x80, 0x01, 0x00, 0x0F, 0x00, 0x01, 0x00, 0x0F}},
     };
     for (const Case& c : cases)
         EXPECT_EQ(encoded(c.words), c.bytes) << c.name;
@@ -86,10 +83,10 @@ struct PageOfDots {
 };
 
 // The stored block, or nothing when none was made.
-Bytes store(Device& device, const TextPage* page, BOOL writeNow = FALSE)
+Bytes store(Device& device, const TextPage* page)
 {
     BYTE* block = nullptr;
-    DWORD size = WritePrinterBuffer(&device.surface, page, &block, 2, writeNow);
+    DWORD size = WritePrinterBuffer(&device.surface, page, &block, 2, FALSE);
     Bytes bytes(block, block + (block ? size : 0));
     if (block)
         myfree(block);
@@ -116,22 +113,13 @@ TEST(StoredPages, ABlankPageIsTheHeaderWithTheDevicesSettingsAndOneBlankTokenARo
     }
 }
 
-TEST(StoredPages, OddWidthsArePaddedWith255AndPagesWithoutDataAreAll255)
+TEST(StoredPages, PagesWithoutDataAreAll255)
 {
     Device device(850, 1100);
-    PageOfDots dots(3, 2), empty(4, 1);
-    TextPage_setPixel(dots.page, 0, 0, 7);
-    TextPage_setPixel(dots.page, 1, 0, 15);
-    TextPage_setPixel(dots.page, 2, 0, 1);
-    Bytes b = store(device, dots.page);
-    EXPECT_EQ(b[5], 4);  // width rounded up to even
-    // Row 0: words (7 + 15*256, 1 + 255*256): a literal of two. Row 1: (0, 0xFF00).
-    EXPECT_EQ(Bytes(b.begin() + 16, b.end()),
-              (Bytes{0x00, 0x02, 0x07, 0x0F, 0x01, 0xFF, 0x00, 0x02, 0x00, 0x00, 0x00, 0xFF}));
-
+    PageOfDots empty(4, 1);
     BYTE* image = empty.page->m_Image;
-    empty.page->m_Image = nullptr;  // a page without data
-    b = store(device, empty.page);
+    empty.page->m_Image = nullptr;
+    Bytes b = store(device, empty.page);
     empty.page->m_Image = image;
     EXPECT_EQ(Bytes(b.begin() + 16, b.end()), (Bytes{0x80, 0x01, 0xFF, 0xFF, 0x00, 0x01, 0xFF, 0xFF}));
 }
@@ -158,23 +146,6 @@ TEST(StoredPages, FailuresReturnZeroAndNoBlockAndGiveBackWhatWasHad)
     EXPECT_EQ(block, nullptr);
     EXPECT_EQ(gTotalBytesAlloc, before);
     EXPECT_TRUE(device.spool.bytes.empty());
-}
-
-TEST(OutputSink, SpoolerUnlessAPreviewFileIsOpen)
-{
-    testkit::TempRoot root;
-    Device device(850, 1100);
-    PageOfDots dots(6, 3);
-    EXPECT_EQ(store(device, dots.page, TRUE), device.spool.bytes);
-
-    device.config.hPreviewFile = CreateFileW(u"C:\\preview.prn", GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    device.spool.bytes.clear();
-    Bytes previewed = store(device, dots.page, TRUE);
-    writeToSpooler(&device.devobj, "abc", 3);  // the spooler alone, even with a preview file open
-    CloseHandle(device.config.hPreviewFile);
-    EXPECT_EQ(device.spool.bytes, (Bytes{'a', 'b', 'c'}));
-    EXPECT_EQ(testkit::readFile(root.path() + "/drive_c/preview.prn"), std::string(previewed.begin(), previewed.end()));
 }
 
 }  // namespace

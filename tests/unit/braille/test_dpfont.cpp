@@ -17,7 +17,6 @@
 #include <memory>
 #include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -83,10 +82,8 @@ TEST_F(FontFile, TheExampleLoadsAsFontABWithOneGlyph)
 TEST_F(FontFile, BitmapCodingTakesTheLowerBitOfEachPairLeftmostPositionHighest)
 {
     const struct { int width, height; std::vector<int> bits; const char* glyph; } cases[] = {
-        {2, 3, {0x50, 0x10, 0x40}, "2800 3x2/1 0.0 0.1 1.1 2.0"},        // 6-dot cell
         {4, 1, {0x55}, "2800 1x4/1 0.0 0.1 0.2 0.3"},                    // all four positions of a byte
         {5, 2, {0x01, 0x00, 0x00, 0x7F}, "2800 2x5/2 0.3 1.4"},          // width 5: the spare bits ignored
-        {2, 4, {0x40, 0x00, 0x10, 0x50}, "2800 4x2/1 0.0 2.1 3.0 3.1"},  // 8-dot cell
     };
     for (const auto& c : cases) {
         FontPtr font = load(header(1, "") + glyph(0x2800, c.height, c.width, c.bits));
@@ -219,43 +216,24 @@ protected:
     Config* config = nullptr;
 };
 
-TEST_F(FontList, FacesFindTheirFontsInListOrderSkippingEmptyValuesAndMatchingCase)
+TEST_F(FontList, FacesFindTheirFontsByExactNameOnFirstUse)
 {
-    // "Empty" has no data and is skipped; "Blank" (an empty text, its terminator) and "Binary"
-    // (a type that names no file) are faces without files; a number names a file of its digits.
-    const std::string a = font("a.dp", 'a'), b = font("b.dp", 'b');
-    font("120", 'd');
-    char saved[4096];
-    ASSERT_TRUE(getcwd(saved, sizeof saved) && chdir(root.path().c_str()) == 0);
-    makeConfig("{ 'DejaVu Sans': '" + a + "', 'Empty': { 'type': 'binary', 'value': '' }, 'dejavu sans mono': '" + b +
-               "', 'Blank': '', 'Binary': { 'type': 'binary', 'value': 'x.dp' }, "
-               "'Numbered': { 'type': 'dword', 'value': 120 } }");
-    // Every value counts, the skipped one too; accepted entries fill the slots from 0.
-    ASSERT_EQ(config->fontCount, 6);
-    const char16_t* faces[] = {u"DejaVu Sans", u"dejavu sans mono", u"Blank", u"Binary", u"Numbered", u"-"};
-    for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(std::u16string(config->srcFontNames[i] ? config->srcFontNames[i] : u"-"), faces[i]);
-    expectFaces({{u"DejaVu Sans", 'a'}, {u"dejavu sans mono", 'b'}, {u"Numbered", 'd'}, {u"Binary", -1}, {u"Blank", -1},
-                 {u"Empty", -1}, {u"dejavu sans", -1}, {u"DejaVu Sans ", -1}});
-    const int byIndex[][2] = {{0, 'a'}, {4, 'd'}, {2, -1}, {6, -1}, {-1, -1}};
-    for (const auto& i : byIndex)
-        EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)i[0])), i[1]) << "index " << i[0];
-
-    // Every file is there, and faces without files are not checked: no dialog.
-    checkDPFont(config);
-    ASSERT_EQ(chdir(saved), 0);
-    EXPECT_EQ(dialogNotes(0), "");
-}
-
-TEST_F(FontList, AFontLoadsOnFirstUseAndIsKeptAFailedLoadIsTriedAgain)
-{
-    makeConfig("{ 'Later': '" + root.path() + "/later.dp' }");
+    // "Empty" has no data and is skipped; "Binary" (a type that names no file) is a face without a file.
+    makeConfig("{ 'DejaVu Sans': '" + font("a.dp", 'a') + "', 'Empty': { 'type': 'binary', 'value': '' }, "
+               "'Binary': { 'type': 'binary', 'value': 'x.dp' }, 'Later': '" + root.path() + "/later.dp' }");
     EXPECT_EQ(config->dpFonts[0], nullptr);  // nothing is loaded before it is asked for
-    expectFaces({{u"Later", -1}});
+    expectFaces({{u"DejaVu Sans", 'a'}, {u"Empty", -1}, {u"Binary", -1}, {u"dejavu sans", -1}, {u"DejaVu Sans ", -1},
+                 {u"Later", -1}});
+    EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)0)), 'a');
+    EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)-1)), -1);
+    // A failed load is tried again; a loaded font is not read again.
     font("later.dp", 'L');
     expectFaces({{u"Later", 'L'}});
-    font("later.dp", 'M');  // not read again once loaded
+    font("later.dp", 'M');
     expectFaces({{u"Later", 'L'}});
+    // Every file is there, and the face without a file is not checked: no dialog.
+    checkDPFont(config);
+    EXPECT_EQ(dialogNotes(0), "");
 }
 
 TEST_F(FontList, OneDialogForSeveralMissingFilesAndTheOthersStillLoad)

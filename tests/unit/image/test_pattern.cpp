@@ -4,7 +4,6 @@
 #include "diag/diag.h"
 #include "testkit.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 
@@ -127,37 +126,6 @@ TEST_F(PatternFile, DotHeightTakesTheSelectedPatterns)
         config->colorPattern = c.colorPattern;
         EXPECT_EQ(getDotHeight(config.get(), c.x, c.y, &c.colour), c.expected)
             << "ColorPattern " << c.colorPattern << ", " << c.colour << " at " << c.x << ", " << c.y;
-    }
-}
-
-// Without printer data the bundled files go by their bare names; each set loads once per document.
-TEST_F(PatternFile, ConfiguredSetsLoadOnce)
-{
-    ToneConfig config;
-    ColorPatternSet* custom = Config_getCustomPattern(config.get());
-    EXPECT_EQ(Config_getCustomPattern(config.get()), custom);
-    EXPECT_EQ(px_wcscmp(custom->name, WSTR("default.dat")), 0);
-    EXPECT_EQ(px_wcscmp(Config_getPattern4(config.get())->name, WSTR("pattern4x4.dat")), 0);
-}
-
-// Every hue byte answers from its sector: 0-20 red, 21-62 yellow, 63-104
-// green, 105-146 cyan, 147-188 blue, 189-230 magenta, 231-255 red.
-TEST_F(PatternFile, HueSectors)
-{
-    const int firstHue[] = {0, 21, 63, 105, 147, 189, 231};
-    for (int blank = 0; blank < 6; ++blank) {
-        Set set = load(write(hueFile(std::string(blank, '1') + "0" + std::string(5 - blank, '1'))));
-        for (int r = 0; r < 256; ++r)
-            for (int g = 0; g < 256; g += 5)
-                for (int b = 0; b < 256; b += 5) {
-                    PixelColor c = {(BYTE)r, (BYTE)g, (BYTE)b};
-                    HsvColor hsv = rgbToHsv(&c);
-                    int sector = int(std::upper_bound(firstHue, firstHue + 7, hsv.hue) - firstHue - 1) % 6;
-                    if (hsv.saturation < 60)
-                        continue;
-                    ASSERT_EQ(ColorPatternSet_getHueDotHeight(set.get(), &c, 0, 0, 60) == 0, sector == blank)
-                        << c << ", hue " << int(hsv.hue);
-                }
     }
 }
 

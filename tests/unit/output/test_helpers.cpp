@@ -1,8 +1,9 @@
 // Helper processes: command lines and how a started program receives them, and
-// the error dialog on both kinds of Windows (the page-file dialog and the viewer
-// are started in the job tests). Stand-ins play the dialog program (the argument
-// recorder: it writes what it received, one a line) and the command module (it
-// writes each call it gets).
+// the error dialog through the command module (the dialog program started
+// directly, the page-file dialog and the viewer are in the font-list and job
+// tests). Stand-ins play a started program (the argument recorder: it writes
+// what it received, one a line) and the command module (it writes each call
+// it gets).
 #include "output/helpers.h"
 
 #include "config/config.h"
@@ -120,24 +121,15 @@ TEST(CommandLines, LinesThatCannotBeStartedSafelyAreMarkedBadAndPathsAreNeverCut
     }
 }
 
-TEST_F(Helpers, ErrorDialogOnBothKindsOfWindows)
+TEST_F(Helpers, ErrorDialogThroughTheCommandModuleWhenThereIsAUsableOne)
 {
-    PxSetWindowsVersion(10, 0);  // the command module, when there is a usable one
+    PxSetWindowsVersion(10, 0);
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
     install(PUMEX_TEST_COMMAND_MODULE_BARE, "qruxprcmdl.dll");
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
     install(PUMEX_TEST_COMMAND_MODULE, "qruxprcmdl.dll");
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), 4242);
     EXPECT_EQ(commands(), std::string("DisplayErrorDlg|Pumex Embosser|") + kDialogWinPath + "|34|0\n");
-
-    // The dialog program itself; a printer name cannot add arguments.
-    PxSetWindowsVersion(5, 1);
-    install(PUMEX_TEST_ARGV_RECORDER, "qruxprdlg.dll");
-    const char name[] = "x\" --error \"99 q\"\"q Prägung ⠿ \\\" end\\";
-    setPrinter(name);
-    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), STILL_ACTIVE);
-    EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "34", "--printer", name}));
-    EXPECT_EQ(commands(), "");
 }
 
 }  // namespace

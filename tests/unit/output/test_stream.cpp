@@ -1,5 +1,5 @@
 // The embosser stream as the encoders write it: the row encoding, the page header,
-// stored pages byte for byte (blank pages, pages without data, failures). Large,
+// stored pages byte for byte (blank pages, failures). Large,
 // random and odd-width pages are read back in the stream reader's tests, and where
 // the bytes go in the job tests.
 #include "device_fixture.h"
@@ -111,17 +111,6 @@ TEST(StoredPages, ABlankPageIsTheHeaderWithTheDevicesSettingsAndOneBlankTokenARo
         for (DWORD y = 0; y < h; ++y)
             EXPECT_EQ(b[16 + 2 * y] << 8 | b[17 + 2 * y], 0xC001) << y;
     }
-}
-
-TEST(StoredPages, PagesWithoutDataAreAll255)
-{
-    Device device(850, 1100);
-    PageOfDots empty(4, 1);
-    BYTE* image = empty.page->m_Image;
-    empty.page->m_Image = nullptr;
-    Bytes b = store(device, empty.page);
-    empty.page->m_Image = image;
-    EXPECT_EQ(Bytes(b.begin() + 16, b.end()), (Bytes{0x80, 0x01, 0xFF, 0xFF, 0x00, 0x01, 0xFF, 0xFF}));
 }
 
 TEST(StoredPages, FailuresReturnZeroAndNoBlockAndGiveBackWhatWasHad)

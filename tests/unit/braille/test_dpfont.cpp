@@ -1,6 +1,7 @@
-// Braille fonts: the file reader (header, name, glyph records, bitmap coding, bad and cut
-// files, running out of memory), and the printer's font
-// list (lookup, lazy loading, the check for missing files with its one error dialog).
+// Braille fonts: the file reader (header, name, glyph records, bad and cut files, running
+// out of memory), and the check of the printer's font list for missing files with its one
+// error dialog. The bundled fonts are loaded through the font list glyph for glyph in the
+// formats tests.
 #include "braille/dpfont.h"
 #include "config/config.h"
 #include "diag/diag.h"
@@ -10,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -73,26 +73,11 @@ TEST_F(FontFile, TheExampleLoadsAsFontABWithOneGlyph)
     EXPECT_EQ(font->numGlyphs, 1);
     EXPECT_EQ(std::make_pair(font->maxHeight, font->maxWidth), std::make_pair(3, 2));
     EXPECT_EQ(describe(font->glyphs[0]), "0041 3x2/1 0.0");
+    EXPECT_FALSE(DPGlyph_hasDot(font->glyphs[0], 0, 2) || DPGlyph_hasDot(font->glyphs[0], -1, 0));  // outside
     ASSERT_NE(font->missingGlyph, nullptr);
     EXPECT_EQ(describe(font->missingGlyph), "0000 8x5/2 no bitmap");  // the placeholder
     font.reset();
     EXPECT_EQ(gTotalBytesAlloc, before);
-}
-
-TEST_F(FontFile, BitmapCodingTakesTheLowerBitOfEachPairLeftmostPositionHighest)
-{
-    const struct { int width, height; std::vector<int> bits; const char* glyph; } cases[] = {
-        {4, 1, {0x55}, "2800 1x4/1 0.0 0.1 0.2 0.3"},                    // all four positions of a byte
-        {5, 2, {0x01, 0x00, 0x00, 0x7F}, "2800 2x5/2 0.3 1.4"},          // width 5: the spare bits ignored
-    };
-    for (const auto& c : cases) {
-        FontPtr font = load(header(1, "") + glyph(0x2800, c.height, c.width, c.bits));
-        ASSERT_NE(font, nullptr);
-        const DPGlyph* g = font->glyphs[0];
-        EXPECT_EQ(describe(g), c.glyph);
-        // Nothing outside the glyph, whatever the spare bits hold.
-        EXPECT_FALSE(DPGlyph_hasDot(g, 0, c.width) || DPGlyph_hasDot(g, c.height, 0) || DPGlyph_hasDot(g, -1, 0));
-    }
 }
 
 TEST_F(FontFile, TheNameIsUtf16WithAnOddLastByteACharacterOfItsOwn)
@@ -157,94 +142,48 @@ TEST_F(FontFile, RunningOutOfMemoryAnywhereGivesNoFontAndLeaksNothing)
     EXPECT_TRUE(allowed >= 9 && allowed < 100) << allowed;  // font, placeholder, name, array, 3 glyphs, 3 bitmaps
 }
 
-// Printer "Embosser" with a font list, in a root whose driver package has a dialog program
-// that notes its arguments (started the plain way, as on a Windows before 6).
-class FontList : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        const std::string program = root.path() + "/drive_c/windows/system32/spool/drivers/x64/3/qruxprdlg.dll";
-        testkit::writeFile(program, "#!/bin/sh\necho \"$@\" >> '" + notes + "'\n");
-        chmod(program.c_str(), 0755);
-        PxSetWindowsVersion(5, 1);
-    }
-    void TearDown() override
-    {
-        Config_delete(config);
-        if (printer)
-            ClosePrinter(printer);
-        PxSetWindowsVersion(0, 0);
-    }
-    // The printer with the given "fontList" object (JSON, ' for "), and its Config.
-    void makeConfig(std::string fontList)
-    {
-        std::replace(fontList.begin(), fontList.end(), '\'', '"');
-        std::string json = testkit::printerJson("Embosser", "\"OutputVersion\": {\"type\": \"dword\", \"value\": 3}");
-        root.writePrinter("Embosser", json.insert(json.rfind('}'), ", \"fontList\": " + fontList));
-        std::u16string name = u"Embosser";
-        ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
-        devobj.hPrinter = printer;
-        devobj.pPublicDM = &devmode;
-        ASSERT_NE(config = Config_new(&devobj), nullptr);
-    }
-    // A font file in the root whose one glyph has the given code, to tell fonts apart; returns its path.
-    std::string font(const std::string& name, int code)
-    {
-        testkit::writeFile(root.path() + "/" + name, kExample.substr(0, 22) + (char)code + kExample.substr(23));
-        return root.path() + "/" + name;
-    }
-    static int codeOf(const DPFont* f) { return f && f->numGlyphs > 0 ? f->glyphs[0]->code : -1; }
-    void expectFaces(const std::vector<std::pair<const char16_t*, int>>& faces)  // face, glyph code (-1: no font)
-    {
-        for (size_t i = 0; i < faces.size(); ++i)
-            EXPECT_EQ(codeOf(Config_getDPFont(config, faces[i].first)), faces[i].second) << "face " << i;
-    }
-    // What the dialog program was started with, once it has had time to run ("" when it was not).
-    std::string dialogNotes(int waitMs)
-    {
-        for (int i = 0; i < waitMs / 10 && !testkit::fileExists(notes); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // a second start would show by now
-        return testkit::fileExists(notes) ? testkit::readFile(notes) : "";
-    }
-
+// The printer "Embosser" lists four faces, two of whose files are missing, and its driver
+// package has a dialog program that notes its arguments (started the plain way, as on a
+// Windows before 6). One dialog reports the missing files, and the entries stay: the
+// present fonts load, the missing ones give none.
+TEST(FontList, OneDialogForSeveralMissingFilesAndTheOthersStillLoad)
+{
     testkit::TempRoot root;
     const std::string notes = root.path() + "/dialog.txt";
+    const std::string program = root.path() + "/drive_c/windows/system32/spool/drivers/x64/3/qruxprdlg.dll";
+    testkit::writeFile(program, "#!/bin/sh\necho \"$@\" >> '" + notes + "'\n");
+    chmod(program.c_str(), 0755);
+    for (char code : {'1', '3'})  // fonts told apart by their one glyph's code
+        testkit::writeFile(root.path() + "/" + code + ".dp", kExample.substr(0, 22) + code + kExample.substr(23));
+    const std::string fontList = "{\"One\": \"" + root.path() + "/1.dp\", \"Two\": \"C:/gone1.dp\", \"Three\": \"" +
+                                 root.path() + "/3.dp\", \"Four\": \"C:/gone2.dp\"}";
+    std::string json = testkit::printerJson("Embosser", "\"OutputVersion\": {\"type\": \"dword\", \"value\": 3}");
+    root.writePrinter("Embosser", json.insert(json.rfind('}'), ", \"fontList\": " + fontList));
+    std::u16string name = u"Embosser";
     HANDLE printer = nullptr;
+    ASSERT_TRUE(OpenPrinterW(&name[0], &printer, nullptr));
     DEVMODEW devmode{};
     DEVOBJ devobj{};
-    Config* config = nullptr;
-};
+    devobj.hPrinter = printer, devobj.pPublicDM = &devmode;
+    Config* config = Config_new(&devobj);
+    ASSERT_NE(config, nullptr);
 
-TEST_F(FontList, FacesFindTheirFontsByExactNameOnFirstUse)
-{
-    // "Empty" has no data and is skipped; "Binary" (a type that names no file) is a face without a file.
-    makeConfig("{ 'DejaVu Sans': '" + font("a.dp", 'a') + "', 'Empty': { 'type': 'binary', 'value': '' }, "
-               "'Binary': { 'type': 'binary', 'value': 'x.dp' }, 'Later': '" + root.path() + "/later.dp' }");
-    EXPECT_EQ(config->dpFonts[0], nullptr);  // nothing is loaded before it is asked for
-    expectFaces({{u"DejaVu Sans", 'a'}, {u"Empty", -1}, {u"Binary", -1}, {u"dejavu sans", -1}, {u"DejaVu Sans ", -1},
-                 {u"Later", -1}});
-    EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)0)), 'a');
-    EXPECT_EQ(codeOf(Config_getDPFont(config, (INT)-1)), -1);
-    // A failed load is tried again; a loaded font is not read again.
-    font("later.dp", 'L');
-    expectFaces({{u"Later", 'L'}});
-    font("later.dp", 'M');
-    expectFaces({{u"Later", 'L'}});
-    // Every file is there, and the face without a file is not checked: no dialog.
+    PxSetWindowsVersion(5, 1);
     checkDPFont(config);
-    EXPECT_EQ(dialogNotes(0), "");
-}
-
-TEST_F(FontList, OneDialogForSeveralMissingFilesAndTheOthersStillLoad)
-{
-    makeConfig("{ 'One': '" + font("one.dp", '1') + "', 'Two': 'C:/gone1.dp', 'Three': '" + font("three.dp", '3') +
-               "', 'Four': 'C:/gone2.dp' }");
-    checkDPFont(config);
-    EXPECT_EQ(dialogNotes(2000), "--error 34 --printer Embosser\n");
-    // The entries stay; the present fonts work, the missing ones give none.
+    PxSetWindowsVersion(0, 0);
+    for (int i = 0; i < 200 && !testkit::fileExists(notes); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // a second start would show by now
+    EXPECT_EQ(testkit::fileExists(notes) ? testkit::readFile(notes) : "", "--error 34 --printer Embosser\n");
     EXPECT_EQ(config->fontCount, 4);
-    expectFaces({{u"One", '1'}, {u"Two", -1}, {u"Three", '3'}, {u"Four", -1}});
+    const std::pair<const char16_t*, int> faces[] = {{u"One", '1'}, {u"Two", -1}, {u"Three", '3'}, {u"Four", -1},
+                                                     {u"one", -1}};  // names match exactly
+    for (const auto& [face, code] : faces) {
+        const DPFont* font = Config_getDPFont(config, face);
+        EXPECT_EQ(font && font->numGlyphs > 0 ? font->glyphs[0]->code : -1, code) << (char)face[0];
+    }
+    Config_delete(config);
+    ClosePrinter(printer);
 }
 
 }  // namespace

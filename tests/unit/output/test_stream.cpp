@@ -1,7 +1,7 @@
-// The embosser stream as the encoders write it: the row encoding, the page header,
-// stored pages byte for byte (blank pages, failures). Large,
-// random and odd-width pages are read back in the stream reader's tests, and where
-// the bytes go in the job tests.
+// The embosser stream as the encoders write it: the row encoding, the page header
+// and stored pages that cannot be made. Stored pages are read back in the stream
+// reader's tests (large, random and odd-width ones) and compared byte for byte,
+// header, byte count and checksum, in the job tests.
 #include "device_fixture.h"
 #include "output/stream.h"
 
@@ -81,37 +81,6 @@ struct PageOfDots {
     ~PageOfDots() { TextPage_delete(page); }
     TextPage* page;
 };
-
-// The stored block, or nothing when none was made.
-Bytes store(Device& device, const TextPage* page)
-{
-    BYTE* block = nullptr;
-    DWORD size = WritePrinterBuffer(&device.surface, page, &block, 2, FALSE);
-    Bytes bytes(block, block + (block ? size : 0));
-    if (block)
-        myfree(block);
-    return bytes;
-}
-
-TEST(StoredPages, ABlankPageIsTheHeaderWithTheDevicesSettingsAndOneBlankTokenARow)
-{
-    Device device(850, 1100);
-    device.config.dotHeight = 2;
-    device.config.perforation = TRUE;
-    device.config.PaperSource = 258;
-    device.config.mediaType = MEDIA_PREMIUMPAPER;
-    px_wcscpy(device.config.devName, NAME_CHARS, u"Quorvane Max");
-    for (DWORD h : {220u, 1u, 0u}) {
-        PageOfDots dots(170, h);
-        Bytes b = store(device, dots.page);
-        ASSERT_EQ(b.size(), 16 + 2 * h) << h;
-        EXPECT_EQ(Bytes(&b[0], &b[10]), (Bytes{0x1B, 0x04, 0x43, 0x05, 0x02, 0xAA, 0x00, (uint8_t)h, 0x00, 0x0C}));
-        EXPECT_EQ(b[10] | b[11] << 8 | b[12] << 16 | b[13] << 24, (int)b.size());  // the byte count
-        EXPECT_EQ(b[14] | b[15] << 8, pageChecksum(b.data()));
-        for (DWORD y = 0; y < h; ++y)
-            EXPECT_EQ(b[16 + 2 * y] << 8 | b[17 + 2 * y], 0xC001) << y;
-    }
-}
 
 TEST(StoredPages, FailuresReturnZeroAndNoBlockAndGiveBackWhatWasHad)
 {

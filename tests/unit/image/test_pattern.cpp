@@ -30,15 +30,6 @@ std::vector<std::string> contents(const ColorPatternSet* set)
     return out;
 }
 
-// A hue file whose sector s has a 1 x 1 tile, blank where marks[s] is '0'.
-std::string hueFile(const std::string& marks)
-{
-    std::string text = kHeader;
-    for (char m : marks)
-        text += "0 0 0\n#" + std::string(1, m) + "\n";
-    return text;
-}
-
 class PatternFile : public ::testing::Test {
 protected:
     testkit::TempRoot root;
@@ -54,7 +45,6 @@ TEST_F(PatternFile, Reading)
     const std::string overlongRow = "#" + std::string(254, '7') + "9 9 9";  // the 256th character starts "9 9 9"
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"#PumexPattern_V1.0" + std::string(300, '-') + "\r\n1 1 1\n#1\n", {"(1,1,1) 1"}},  // only the start counts
-        {"#PumexPattern_V1.1\n1 1 1\n#1\n", {}},
         {kHeader + "255, 0, 0\n#707\n#070\n#707\n0 0 255\n#77\n#00\n", {"(255,0,0) 707/070/707", "(0,0,255) 77/00"}},
         // Numbers as atoi reads them; further tokens ignored.
         {kHeader + "red 12abc -5 9\n#1\n", {"(0,12,-5) 1"}},
@@ -101,7 +91,10 @@ TEST_F(PatternFile, DotHeightTakesTheSelectedPatterns)
     ToneConfig config;
     const std::string custom = "255, 0, 0\n#012\n#345\n#670\n0 0 255\n#77\n#00\n255 0 0\n#1\n0 0 1\n#0\n";
     config->customPattern = load(write(kHeader + custom, "c")).release();
-    config->pattern3 = load(write(hueFile("011111"), "3")).release();
+    std::string sixSectors = kHeader + "0 0 0\n#0\n";  // red blank, the others marked
+    for (int sector = 1; sector < 6; ++sector)
+        sixSectors += "0 0 0\n#1\n";
+    config->pattern3 = load(write(sixSectors, "3")).release();
     // Four sectors only: red tiled, yellow marked, green blank, cyan marked.
     config->pattern4 = load(write(kHeader + "0 0 0\n#10\n#01\n0 0 0\n#1\n0 0 0\n#0\n0 0 0\n#1\n", "4")).release();
     const PixelColor red = {255, 0, 0}, blue = {0, 0, 255}, braille = {0, 0, 1};

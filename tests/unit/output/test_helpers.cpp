@@ -7,14 +7,12 @@
 #include "output/helpers.h"
 
 #include "config/config.h"
-#include "diag/diag.h"
 #include "px/winproc.h"
 #include "testkit.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -27,57 +25,44 @@ using testkit::wide;
 
 const char kDialogWinPath[] = "C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll";
 
-// One test's world: a root, a printer's Config, the stand-ins' record files
-// and the log at level 1.
+// One test's world: a root, a printer's Config and the stand-ins' record files.
 class Helpers : public ::testing::Test {
 protected:
     Helpers()
     {
-        setPrinter("Pumex Embosser");
+        px_utf8_to_wide(config_->printerName, NAME_CHARS, "Pumex Embosser");
         setenv("PUMEX_TEST_ARGV_LOG", argvLog_.c_str(), 1);
         setenv("PUMEX_TEST_COMMAND_LOG", commandLog_.c_str(), 1);
-        gDebugLevel = 1;
     }
     ~Helpers() override
     {
-        gDebugLevel = 0;
         PxSetWindowsVersion(0, 0);
         unsetenv("PUMEX_TEST_ARGV_LOG");
         unsetenv("PUMEX_TEST_COMMAND_LOG");
     }
 
-    void setPrinter(const std::string& name) { px_utf8_to_wide(config_->printerName, NAME_CHARS, name.c_str()); }
-    // Copies a built stand-in to a Windows path under the root (the driver package's folder unless given).
-    void install(const char* fixture, std::string winPath)
+    // Copies a built stand-in into the driver package's folder under the root.
+    void install(const char* fixture, const std::string& name)
     {
         namespace fs = std::filesystem;
-        if (winPath.find('/') == std::string::npos)
-            winPath = "windows/system32/spool/drivers/x64/3/" + winPath;
-        std::string to = root_.path() + "/drive_c/" + winPath;
+        std::string to = root_.path() + "/drive_c/windows/system32/spool/drivers/x64/3/" + name;
         fs::create_directories(fs::path(to).parent_path());
         fs::copy_file(fixture, to, fs::copy_options::overwrite_existing);
         fs::permissions(to, fs::perms::owner_all, fs::perm_options::add);
     }
-    // The started program's arguments, waiting up to ten seconds for its
-    // record, which is then removed, ready for the next program.
+    // The started program's arguments, waiting up to ten seconds for its record.
     Args startedWith()
     {
         for (int i = 0; i < 1000 && !testkit::fileExists(argvLog_); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         Args args;
-        std::istringstream in(take(argvLog_));
+        std::istringstream in(testkit::readFile(argvLog_));
         for (std::string line; std::getline(in, line);)
             args.push_back(line);
         return args;
     }
-    std::string take(const std::string& path)
-    {
-        std::string text = testkit::readFile(path);
-        std::remove(path.c_str());
-        return text;
-    }
-    // The command module's calls (made in this process) since the last look.
-    std::string commands() { return take(commandLog_); }
+    // The command module's calls (made in this process).
+    std::string commands() { return testkit::readFile(commandLog_); }
 
     testkit::TempRoot root_;
     std::unique_ptr<Config> config_ = std::make_unique<Config>();

@@ -80,16 +80,13 @@ TEST_F(FontFile, TheExampleLoadsAsFontABWithOneGlyph)
     EXPECT_EQ(gTotalBytesAlloc, before);
 }
 
+// The longest name, 255 bytes: 127 characters and its odd last byte, a character of its own.
 TEST_F(FontFile, TheNameIsUtf16WithAnOddLastByteACharacterOfItsOwn)
 {
-    const std::pair<std::string, std::u16string> cases[] = {  // the last: 255 bytes, 128 characters
-        {bytes({0x41, 0x00, 0x42}), u"AB"}, {std::string(255, '\x41'), std::u16string(127, u'\x4141') + u"A"}};
-    for (const auto& [nameBytes, name] : cases) {
-        FontPtr font = load(header(1, nameBytes) + glyph(0x41, 3, 2, {0x40, 0, 0}));
-        ASSERT_NE(font, nullptr);
-        EXPECT_EQ(std::u16string(font->name), name) << nameBytes.size() << " bytes";
-        EXPECT_EQ(font->glyphs[0]->code, 0x41);  // the records start right after the name
-    }
+    FontPtr font = load(header(1, std::string(255, '\x41')) + glyph(0x42, 3, 2, {0x40, 0, 0}));
+    ASSERT_NE(font, nullptr);
+    EXPECT_EQ(std::u16string(font->name), std::u16string(127, u'\x4141') + u"A");
+    EXPECT_EQ(font->glyphs[0]->code, 0x42);  // the records start right after the name
 }
 
 TEST_F(FontFile, UnmarkedFilesAreEmptyFontsGlyphlessOrMissingOnesNoneAndCutOnesReadAsZeros)

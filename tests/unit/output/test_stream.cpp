@@ -1,20 +1,18 @@
-// The embosser stream as the encoders write it: the row encoding, the page header
-// and stored pages that cannot be made. Stored pages are read back in the stream
-// reader's tests (large, random and odd-width ones) and compared byte for byte,
-// header, byte count and checksum, in the job tests.
-#include "device_fixture.h"
+// The embosser stream's documented examples: the row encoding and the page header.
+// Stored pages are read back in the stream reader's tests (large, random and
+// odd-width ones) and compared byte for byte, header, byte count and checksum, in
+// the job tests, whose fault sweeps also fail every allocation of a stored page.
 #include "output/stream.h"
 
-#include "diag/diag.h"
-#include "testkit.h"
-
 #include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<unsigned>;
-using fixtures::Device;
 
 Bytes encoded(const Words& words)
 {
@@ -69,37 +67,6 @@ TEST(PageHeader, DocumentedExamplesByteForByte)
     buildPageHeader(h, 170, 220, TRUE, 3, 2, getDotHeightCode(0), TRUE, 2, 14, FALSE);
     EXPECT_EQ(Bytes(h, h + 16), (Bytes{0x1B, 0x04, 0x41, 0x27, 0x02, 0xAA, 0x00, 0xDC, 0x00, 0x0E, 0x00, 0x00, 0x00,
                                        0x00, 0x20, 0x02}));
-}
-
-// A page of dot values, freed with the test.
-struct PageOfDots {
-    PageOfDots(DWORD w, DWORD h) : page(TextPage_new(w, h, TEXTPAGE_TYPE_ZERO)) {}
-    ~PageOfDots() { TextPage_delete(page); }
-    TextPage* page;
-};
-
-TEST(StoredPages, FailuresReturnZeroAndNoBlockAndGiveBackWhatWasHad)
-{
-    testkit::TempRoot root;
-    Device device(850, 1100);
-    PageOfDots zeroWidth(0, 5), dots(4, 4);
-    const TextPage* pages[] = {zeroWidth.page, nullptr, dots.page};
-    for (const TextPage* page : pages) {
-        device.record.pConfig = page == dots.page ? nullptr : &device.config;  // the last: a device without its Config
-        BYTE* block = reinterpret_cast<BYTE*>(1);
-        EXPECT_EQ(WritePrinterBuffer(&device.surface, page, &block, 2, FALSE), 0u);
-        EXPECT_EQ(block, nullptr);
-    }
-    device.record.pConfig = &device.config;
-
-    DWORD before = gTotalBytesAlloc;
-    BYTE* block = reinterpret_cast<BYTE*>(1);
-    testkit::FaultInjector fault(testkit::Call::Alloc, 2);  // the working block, then no more
-    EXPECT_EQ(WritePrinterBuffer(&device.surface, dots.page, &block, 2, TRUE), 0u);
-    EXPECT_TRUE(fault.fired());
-    EXPECT_EQ(block, nullptr);
-    EXPECT_EQ(gTotalBytesAlloc, before);
-    EXPECT_TRUE(device.spool.bytes.empty());
 }
 
 }  // namespace

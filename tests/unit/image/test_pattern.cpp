@@ -1,10 +1,9 @@
-// Colour pattern files: the reader, the lookups and the bundled files.
+// Colour pattern files: the reader and the lookups.
 #include "image_fixture.h"
 
 #include "diag/diag.h"
 #include "testkit.h"
 
-#include <filesystem>
 #include <memory>
 
 using namespace imagetest;
@@ -120,15 +119,6 @@ TEST_F(PatternFile, DotHeightTakesTheSelectedPatterns)
         EXPECT_EQ(getDotHeight(config.get(), c.x, c.y, &c.colour), c.expected)
             << "ColorPattern " << c.colorPattern << ", " << c.colour << " at " << c.x << ", " << c.y;
     }
-}
-
-// The bundled files load through the real loader, six hue patterns each.
-TEST(BundledPatterns, Load)
-{
-    const std::string dir = std::filesystem::path(__FILE__).parent_path().string() + "/../../../data/patterns/";
-    EXPECT_EQ(ColorPatternSet_getColorDotHeight(load(dir + "default.dat").get(), 255, 0, 0, 0, 0), 7);
-    EXPECT_EQ(load(dir + "pattern3x3.dat")->count, 6);
-    EXPECT_EQ(load(dir + "pattern4x4.dat")->count, 6);
 }
 
 }  // namespace

@@ -48,8 +48,7 @@ TEST_F(PatternFile, Reading)
         // Numbers as atoi reads them; further tokens ignored.
         {kHeader + "red 12abc -5 9\n#1\n", {"(0,12,-5) 1"}},
         // The width from the first row: short rows padded with 0, long ones cut.
-        {kHeader + "1 1 1\n#7\n#70\n#\n", {"(1,1,1) 7/7/0"}},
-        {kHeader + "1 1 1\n#777\n#7x77\n#12345\n", {"(1,1,1) 777/700/123"}},
+        {kHeader + "1 1 1\n#777\n#7x77\n#12345\n#\n", {"(1,1,1) 777/700/123/000"}},
         {kHeader + "1\r, 2, 3\r\n#7\r7\r\n\r#5", {"(1,2,3) 77/50"}},  // carriage returns dropped; no last line end
         // Reading ends at the first incomplete record.
         {kHeader + "1 1 1\n#1\n\n2 2 2\n#1\n", {"(1,1,1) 1"}},

@@ -1,9 +1,8 @@
 // Helper processes: command lines and how a started program receives them, and
-// the error dialog through the command module (the dialog program started
-// directly, the page-file dialog and the viewer are in the font-list and job
-// tests). Stand-ins play a started program (the argument recorder: it writes
-// what it received, one a line) and the command module (it writes each call
-// it gets).
+// the error dialog on both kinds of Windows (the page-file dialog and the viewer
+// are started in the job tests). Stand-ins play a started program (the argument
+// recorder: it writes what it received, one a line) and the command module (it
+// writes each call it gets).
 #include "output/helpers.h"
 
 #include "config/config.h"
@@ -106,9 +105,14 @@ TEST(CommandLines, LinesThatCannotBeStartedSafelyAreMarkedBadAndPathsAreNeverCut
     }
 }
 
-TEST_F(Helpers, ErrorDialogThroughTheCommandModuleWhenThereIsAUsableOne)
+TEST_F(Helpers, ErrorDialogOnBothKindsOfWindows)
 {
-    PxSetWindowsVersion(10, 0);
+    PxSetWindowsVersion(5, 1);  // the dialog program itself, left running
+    install(PUMEX_TEST_ARGV_RECORDER, "qruxprdlg.dll");
+    EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), STILL_ACTIVE);
+    EXPECT_EQ(startedWith(), (Args{kDialogWinPath, "--error", "34", "--printer", "Pumex Embosser"}));
+
+    PxSetWindowsVersion(10, 0);  // the command module, when there is a usable one
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);
     install(PUMEX_TEST_COMMAND_MODULE_BARE, "qruxprcmdl.dll");
     EXPECT_EQ(DisplayErrorDlgXP(config_.get(), DLG_ERROR_MISSING_FONTS), -1);

@@ -6,25 +6,25 @@ using namespace imagetest;
 
 namespace {
 
-// A 1-bpp bit is set exactly when red and green are full; writes off the bitmap are
-// dropped; erasing spares the scan-line padding; no bits read grey. (Reads off the
-// bitmap are paper in the cross-checks' cells past the edges.)
-TEST(Pixel, WritesPaddingAndNoBits)
+// The documented pixels: 24-bpp bytes in the order red, green, blue; a 1-bpp bit set
+// exactly when red and green are full; no bits read grey. Writes off the bitmap are
+// dropped. (Reads off the bitmap are paper in the cross-checks' cells past the edges.)
+TEST(Pixel, DocumentedPixelsWritesOffTheBitmapAndNoBits)
 {
+    Surface rgb(1, 1, BMF_24BPP);
+    rgb.bits[0] = 10, rgb.bits[1] = 20, rgb.bits[2] = 30;
+    EXPECT_EQ(rgb.get(0, 0), (PixelColor{10, 20, 30}));
     Surface bit(16, 1, BMF_1BPP);
     bit.set(13, 0, PixelColor{255, 255, 0});
     EXPECT_EQ(bit.bits[1], 0x04) << "blue not consulted";
+    EXPECT_EQ(bit.get(13, 0), kWhite);
     bit.bits[1] = 0xFF, bit.set(13, 0, PixelColor{255, 254, 255});
     EXPECT_EQ(bit.bits[1], 0xFB) << "and the neighbours stay";
 
-    Surface s(4, 3, BMF_24BPP), mono(13, 2, BMF_1BPP, 1, true), rgb(1, 2, BMF_24BPP, 2);
+    Surface s(4, 3, BMF_24BPP);
     for (POINTL p : {POINTL{-1, 0}, POINTL{4, 0}, POINTL{0, -1}, POINTL{0, 3}, POINTL{INT32_MIN, 1}})
         s.set(p.x, p.y, kWhite);
     EXPECT_EQ(s.bits, std::vector<BYTE>(36, 0)) << "writes outside are dropped";
-    EraseSurface(&mono.so);
-    EraseSurface(&rgb.so);
-    EXPECT_EQ(mono.bits, (std::vector<BYTE>{0xFF, 0xF8, 0, 0xFF, 0xF8, 0}));
-    EXPECT_EQ(rgb.bits, (std::vector<BYTE>{0xFF, 0xFF, 0xFF, 0, 0, 0xFF, 0xFF, 0xFF, 0, 0}));
     s.so.pvScan0 = nullptr;
     s.set(0, 0, kWhite);
     EraseSurface(&s.so);
@@ -33,7 +33,7 @@ TEST(Pixel, WritesPaddingAndNoBits)
 }
 
 // The documented thin line: a black row across a white 6 x 6 cell weighs ThinLineIntensity x 6 times as much.
-TEST(SampleColor, ThinLineAndSinglePixels)
+TEST(SampleColor, ThinLineEqualBrightnessAndSinglePixels)
 {
     for (auto c : {std::pair<LONG, BYTE>{1, 115}, {0, 212}, {-1, 115}}) {  // -1: no device record
         Surface s(6, 6, BMF_24BPP);
@@ -45,6 +45,10 @@ TEST(SampleColor, ThinLineAndSinglePixels)
         PixelColor got;
         getSampleColor(&s.so, 0, 0, 6, &got);
         EXPECT_EQ(got, (PixelColor{c.second, c.second, c.second})) << "ThinLineIntensity " << c.first;
+        for (LONG i = 0; i < 36; ++i)  // half red, half blue: equally bright, the bottom-right pixel taken
+            s.set(i % 6, i / 6, i < 18 ? PixelColor{255, 0, 0} : PixelColor{0, 0, 255});
+        getSampleColor(&s.so, 0, 0, 6, &got);
+        EXPECT_EQ(got, (PixelColor{0, 0, 255}));
         s.set(1, 1, kInk);
         getSampleColor(&s.so, 1, 1, 1, &got);
         EXPECT_EQ(got, kInk) << "factor 1 reads the pixel as it is";

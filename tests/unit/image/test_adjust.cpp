@@ -58,7 +58,6 @@ TEST(Adjust, ShortRunsMoveToTheSideWhereMostOfThemLie)
         EXPECT_EQ(across.bits, picture(17, 22, c.outside, c.band, 0, c.movedFrom, 17, c.movedTo).bits) << c.from;
         EXPECT_EQ(down.bits, picture(22, 17, c.outside, c.band, c.movedFrom, 0, c.movedTo, 17).bits) << c.from;
     }
-    adjustBitMap(nullptr, 6);  // no surface: nothing to adjust
 }
 
 }  // namespace

@@ -64,7 +64,9 @@ TEST_F(Geometry, ResolutionFactorAndPaperInPixelsAndCells)
             << "row " << &c - cases;
     }
     EXPECT_TRUE(InitPaperSize(nullptr)) << "no record to fill";
-    // rf is the print quality over 20; 0 (the DMRES_ codes among them) falls back.
+    // rf is the print quality over 20, truncated; 0 (the DMRES_ codes among them) falls back.
+    dm.dmPrintQuality = 119;
+    EXPECT_EQ(getResolutionFactor(&so), 5);
     dm.dmPrintQuality = -4;  // DMRES_HIGH
     EXPECT_EQ(getResolutionFactor(&so), FALLBACK_RF);
     EXPECT_EQ(getResolutionFactor(nullptr), FALLBACK_RF);
@@ -91,7 +93,6 @@ TEST_F(Geometry, LookupTakesExplicitSizeThenPaperListsThenForm)
     } cases[] = {
         {"explicit size", devMode(DM_PAPERWIDTH | DM_PAPERLENGTH | DM_PAPERSIZE, 1, 1000, 2000, u""), 1000, 2000},
         {"paper id listed twice: the last entry", devMode(DM_PAPERSIZE, 9, 0, 0, u""), 2101, 2971},
-        {"paper id beats the form", devMode(DM_PAPERSIZE | DM_FORMNAME, 5, 0, 0, u"A4"), 2159, 3556},
         {"unknown paper id, then the form", devMode(DM_PAPERSIZE | DM_FORMNAME, 77, 0, 0, u"A4"), 2100, 2970},
         {"form sizes truncate to tenths", devMode(DM_FORMNAME, 0, 0, 0, u"Odd"), 1234, 987},
         {"unknown form", devMode(DM_FORMNAME, 0, 0, 0, u"Tabloid"), 0, 0},

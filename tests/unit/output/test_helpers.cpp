@@ -43,11 +43,9 @@ protected:
     // Copies a built stand-in into the driver package's folder under the root.
     void install(const char* fixture, const std::string& name)
     {
-        namespace fs = std::filesystem;
         std::string to = root_.path() + "/drive_c/windows/system32/spool/drivers/x64/3/" + name;
-        fs::create_directories(fs::path(to).parent_path());
-        fs::copy_file(fixture, to, fs::copy_options::overwrite_existing);
-        fs::permissions(to, fs::perms::owner_all, fs::perm_options::add);
+        testkit::writeFile(to, testkit::readFile(fixture));
+        std::filesystem::permissions(to, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);
     }
     // The started program's arguments, waiting up to ten seconds for its record.
     Args startedWith()

@@ -63,7 +63,6 @@ TEST_F(Geometry, ResolutionFactorAndPaperInPixelsAndCells)
                   (std::vector<INT>{c.rf, c.gdiWidth, c.gdiHeight, c.cellsWidth, c.cellsHeight}))
             << "row " << &c - cases;
     }
-    EXPECT_TRUE(InitPaperSize(nullptr)) << "no record to fill";
     // rf is the print quality over 20, truncated; 0 (the DMRES_ codes among them) falls back.
     dm.dmPrintQuality = 119;
     EXPECT_EQ(getResolutionFactor(&so), 5);

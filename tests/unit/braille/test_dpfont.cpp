@@ -1,8 +1,12 @@
-// The braille font file reader: header, name, glyph records, bad and cut files. The
-// bundled fonts are loaded through a font list glyph for glyph in the formats tests.
+// Braille fonts: the file reader (header, name, glyph records, bad and cut files, running
+// out of memory), and the check of the printer's font list for missing files. The bundled
+// fonts are loaded through a font list glyph for glyph in the formats tests.
 #include "braille/dpfont.h"
+#include "config/config.h"
 #include "diag/diag.h"
 #include "testkit.h"
+
+#include "px/winproc.h"
 
 #include <gtest/gtest.h>
 
@@ -119,6 +123,62 @@ TEST_F(FontFile, UnmarkedFilesAreEmptyFontsGlyphlessOrMissingOnesNoneAndCutOnesR
     font = load(header(1, "") + glyph(0x41, 3, 2, {0x50}));
     ASSERT_NE(font, nullptr);
     EXPECT_EQ(describe(font->glyphs[0]), "0041 3x2/1 0.0 0.1");
+}
+
+// Each allocation of a load failing in turn: no font or a whole one, and nothing kept.
+TEST_F(FontFile, AnAllocationFailingAnywhereGivesNoFontAndLeaksNothing)
+{
+    testkit::writeFile(path, header(3, "AB") + glyph(0x41, 3, 2, {0x40, 0, 0}) + glyph(0x42, 3, 2, {0, 0x40, 0}) +
+                                 glyph(0x43, 3, 2, {0x50, 0, 0}));
+    const DWORD before = gTotalBytesAlloc;
+    unsigned nth = 0;
+    for (bool fired = true; fired;) {
+        testkit::FaultInjector fault(testkit::Call::Alloc, ++nth);
+        FontPtr font = load();
+        fired = fault.fired();
+        for (int i = 0; font && i < 3; ++i)
+            EXPECT_TRUE(font->numGlyphs == 3 && font->glyphs[i]->bits && font->glyphs[i]->code == 0x41 + i) << nth;
+        font.reset();
+        EXPECT_EQ(gTotalBytesAlloc, before) << "allocation " << nth << " failing";
+    }
+    EXPECT_GE(nth, 10u);  // font, placeholder, name, array, 3 glyphs, 3 bitmaps: nine or more
+}
+
+// The printer lists three faces, two of whose files are missing: one error dialog for
+// both (on Windows 6 and later, where it goes through the command module, here absent).
+// The dialog's command lines are checked with the helper processes.
+TEST(FontList, OneDialogForSeveralMissingFiles)
+{
+    testkit::TempRoot root;
+    testkit::writeFile(root.path() + "/one.dp", kExample);
+    const std::string fontList = "{\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
+                                 "\"Three\": \"C:/gone2.dp\"}";
+    std::string json = testkit::printerJson("Embosser");
+    root.writePrinter("Embosser", json.insert(json.rfind('}'), ", \"fontList\": " + fontList));
+    std::u16string name = u"Embosser";
+    HANDLE printer = nullptr;
+    ASSERT_TRUE(OpenPrinterW(&name[0], &printer, nullptr));
+    DEVMODEW devmode{};
+    DEVOBJ devobj{};
+    devobj.hPrinter = printer, devobj.pPublicDM = &devmode;
+    Config* config = Config_new(&devobj);
+    ASSERT_NE(config, nullptr);
+    gDebugLevel = 1;
+    PxSetWindowsVersion(10, 0);
+    checkDPFont(config);
+    PxSetWindowsVersion(0, 0);
+    gDebugLevel = 0;
+    const std::string log = root.log();
+    auto count = [&log](const std::string& what) {
+        size_t n = 0;
+        for (size_t at = log.find(what); at != std::string::npos; at = log.find(what, at + 1))
+            ++n;
+        return n;
+    };
+    EXPECT_EQ(count("doesn't exist!"), 2u) << log;
+    EXPECT_EQ(count("DisplayErrorDlgVista(): 0x"), 1u) << log;
+    Config_delete(config);
+    ClosePrinter(printer);
 }
 
 }  // namespace

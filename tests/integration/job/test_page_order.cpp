@@ -1,7 +1,7 @@
 // The order of the pages a document ends with, for every combination of
 // double-sided printing, collation, the odd/even choice, preview, one to three
-// pages, no (a negative count), one and three copies and both Windows
-// generations: the spooled stream, the page files and the program started
+// pages, no (a negative count), one and three copies, pages drawn in bands
+// or whole, and both Windows generations: the spooled stream, the page files and the program started
 // afterwards are compared with the order the driver promises its users.
 #include "job_fixture.h"
 
@@ -15,6 +15,7 @@ using jobtest::pageIdsOfFile;
 struct Case {
     bool interpoint, collate, preview;
     int printOdd, pages, copies;
+    bool banding;
 };
 
 // What the user gets: the stream to the spooler, and the files handed to the
@@ -44,7 +45,10 @@ Outcome expected(const Case& c)
         pages.push_back(p);
     std::vector<int> out;  // to the spooler, or to the viewer with preview
     if (!c.interpoint) {
-        out = repeated(pages, c.copies, c.collate);  // each copy adjacent unless collated
+        // Each copy adjacent unless collated. Asked for no copies, a page sent
+        // whole still goes out once, a banded one not at all.
+        const int copies = !c.banding && !c.collate && c.copies < 1 ? 1 : c.copies;
+        out = repeated(pages, copies, c.collate);
     } else if (c.pages == 1) {
         out = repeated(pages, c.copies, false);  // one page has no back: it goes out alone, copies times
     } else {
@@ -76,7 +80,9 @@ protected:
                 jobtest::dword("Preview", c.preview));
         host::RunOptions options;
         options.windowsMajor = windowsMajor;
-        run(jobtest::greyDocument(c.pages, c.copies, c.collate), options);
+        host::JobSpec job = jobtest::greyDocument(c.pages, c.copies, c.collate);
+        job.surface.banding = c.banding;  // whole pages are finished by page send
+        run(job, options);
         const std::vector<std::string> dialog = {"C:\\windows\\system32\\spool\\drivers\\x64\\3\\qruxprdlg.dll",
                                                  "--error", "33", "--printer", "Pumex Embosser", "--files"};
         Outcome o;
@@ -101,25 +107,27 @@ protected:
 TEST_F(PageOrder, EveryCombinationGivesThePromisedOrderOnBothWindowsGenerations)
 {
     for (unsigned windows : {5u, 6u})
-        for (bool interpoint : {false, true})
-            for (bool collate : {false, true})
-                for (int printOdd : {0, 1, 2})
-                    for (bool preview : {false, true})
-                        for (int pages : {1, 2, 3})
-                            for (int copies : {-2, 1, 3}) {
-                                if (!interpoint && printOdd != 0)
-                                    continue;  // the odd/even choice is for double-sided documents
-                                Case c{interpoint, collate, preview, printOdd, pages, copies};
-                                SCOPED_TRACE(testing::Message()
-                                             << "Windows " << windows << ", interpoint " << interpoint << ", collate "
-                                             << collate << ", PrintOdd " << printOdd << ", preview " << preview
-                                             << ", " << pages << " pages, " << copies << " copies");
-                                Outcome want = expected(c), got = print(c, windows);
-                                EXPECT_EQ(got.spool, want.spool);
-                                EXPECT_EQ(got.front, want.front);
-                                EXPECT_EQ(got.back, want.back);
-                                EXPECT_EQ(got.helper, want.helper);
-                            }
+        for (bool banding : {true, false})
+            for (bool interpoint : {false, true})
+                for (bool collate : {false, true})
+                    for (int printOdd : {0, 1, 2})
+                        for (bool preview : {false, true})
+                            for (int pages : {1, 2, 3})
+                                for (int copies : {-2, 1, 3}) {
+                                    if (!interpoint && printOdd != 0)
+                                        continue;  // the odd/even choice is for double-sided documents
+                                    Case c{interpoint, collate, preview, printOdd, pages, copies, banding};
+                                    SCOPED_TRACE(testing::Message()
+                                                 << "Windows " << windows << (banding ? ", bands" : ", whole pages")
+                                                 << ", interpoint " << interpoint << ", collate "
+                                                 << collate << ", PrintOdd " << printOdd << ", preview " << preview
+                                                 << ", " << pages << " pages, " << copies << " copies");
+                                    Outcome want = expected(c), got = print(c, windows);
+                                    EXPECT_EQ(got.spool, want.spool);
+                                    EXPECT_EQ(got.front, want.front);
+                                    EXPECT_EQ(got.back, want.back);
+                                    EXPECT_EQ(got.helper, want.helper);
+                                }
     expectAllocationsReturned();
 }
 

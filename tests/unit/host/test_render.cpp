@@ -156,4 +156,35 @@ TEST(Render, DrawingCoversExactlyItsPixelsAndLeavesTheRest)
     }
 }
 
+// The host's own band stepping, the universal driver's part for a device
+// whose banding nothing hooks: down the page, or along it in landscape.
+TEST(Render, TheHostsOwnBandsStepDownOrAlongThePageUntilItsEnd)
+{
+    struct Case {
+        bool landscape;
+        std::vector<POINTL> origins;
+    } cases[] = {
+        {false, {{0, 0}, {0, 300}, {0, 600}, {0, 900}, {-1, -1}}},
+        {true, {{0, 0}, {300, 0}, {-1, -1}}},
+    };
+    for (const Case& c : cases) {
+        host::Surface surface(c.landscape ? 300 : 850, c.landscape ? 850 : 300, host::SurfaceFormat::Mono1);
+        host::HostDevice device;
+        device.page = c.landscape ? host::PageSize{600, 850} : host::PageSize{850, 1000};
+        device.landscape = c.landscape;
+        device.bandHeight = 300;
+        surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
+        host::DriverTable table;
+        std::vector<POINTL> seen(1);
+        ASSERT_TRUE(table.get<PFN_DrvStartBanding>(INDEX_DrvStartBanding)(surface.obj(), &seen[0]));
+        while (seen.back().x != -1 && seen.size() < 10) {
+            seen.emplace_back();
+            ASSERT_TRUE(table.get<PFN_DrvNextBand>(INDEX_DrvNextBand)(surface.obj(), &seen.back()));
+        }
+        ASSERT_EQ(seen.size(), c.origins.size());
+        for (size_t i = 0; i < seen.size(); ++i)
+            EXPECT_TRUE(seen[i].x == c.origins[i].x && seen[i].y == c.origins[i].y) << i;
+    }
+}
+
 }  // namespace

@@ -147,12 +147,19 @@ TEST_F(FontFile, AnAllocationFailingAnywhereGivesNoFontAndLeaksNothing)
 // The printer lists three faces, two of whose files are missing: one error dialog for
 // both (on Windows 6 and later, where it goes through the command module, here absent).
 // The dialog's command lines are checked with the helper processes.
-TEST(FontList, OneDialogForSeveralMissingFiles)
+// Faces find their fonts by exact name in list order: a value without data
+// is skipped, a number names a file of its digits (here in the working
+// folder). Two listed files are missing: one error dialog tells of both (on
+// Windows 6 and later, where it goes through the command module, here absent);
+// the dialog's command lines are checked with the helper processes.
+TEST(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
 {
     testkit::TempRoot root;
     testkit::writeFile(root.path() + "/one.dp", kExample);
+    testkit::writeFile(root.path() + "/120", kExample.substr(0, 22) + "N" + kExample.substr(23));  // glyph N
     const std::string fontList = "{\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
-                                 "\"Three\": \"C:/gone2.dp\"}";
+                                 "\"Empty\": {\"type\": \"binary\", \"value\": \"\"}, " +
+                                 "\"Numbered\": {\"type\": \"dword\", \"value\": 120}, \"Three\": \"C:/gone2.dp\"}";
     std::string json = testkit::printerJson("Embosser");
     root.writePrinter("Embosser", json.insert(json.rfind('}'), ", \"fontList\": " + fontList));
     std::u16string name = u"Embosser";
@@ -163,11 +170,25 @@ TEST(FontList, OneDialogForSeveralMissingFiles)
     devobj.hPrinter = printer, devobj.pPublicDM = &devmode;
     Config* config = Config_new(&devobj);
     ASSERT_NE(config, nullptr);
+    EXPECT_EQ(config->fontCount, 5);  // the skipped value counts too
+
+    const std::filesystem::path saved = std::filesystem::current_path();
+    std::filesystem::current_path(root.path());
+    auto codeOf = [config](const char16_t* face) {
+        const DPFont* f = Config_getDPFont(config, face);
+        return f && f->numGlyphs > 0 ? f->glyphs[0]->code : -1;
+    };
+    const std::pair<const char16_t*, int> faces[] = {{u"One", 'A'},   {u"Numbered", 'N'}, {u"Two", -1},
+                                                     {u"Empty", -1},  {u"one", -1},       {u"One ", -1}};
+    for (const auto& [face, code] : faces)
+        EXPECT_EQ(codeOf(face), code) << std::string(face, face + std::char_traits<char16_t>::length(face));
+
     gDebugLevel = 1;
     PxSetWindowsVersion(10, 0);
     checkDPFont(config);
     PxSetWindowsVersion(0, 0);
     gDebugLevel = 0;
+    std::filesystem::current_path(saved);
     const std::string log = root.log();
     auto count = [&log](const std::string& what) {
         size_t n = 0;

@@ -120,4 +120,15 @@ TEST_F(PatternFile, DotHeightTakesTheSelectedPatterns)
     }
 }
 
+// Without printer data the bundled files go by their bare names; each set loads once per document.
+TEST_F(PatternFile, ConfiguredSetsLoadOnce)
+{
+    ToneConfig config;
+    ColorPatternSet* custom = Config_getCustomPattern(config.get());
+    EXPECT_EQ(Config_getCustomPattern(config.get()), custom);
+    EXPECT_EQ(px_wcscmp(custom->name, WSTR("default.dat")), 0);
+    EXPECT_EQ(px_wcscmp(Config_getPattern3(config.get())->name, WSTR("pattern3x3.dat")), 0);
+    EXPECT_EQ(px_wcscmp(Config_getPattern4(config.get())->name, WSTR("pattern4x4.dat")), 0);
+}
+
 }  // namespace

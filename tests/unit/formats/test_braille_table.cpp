@@ -136,7 +136,9 @@ TEST_F(Mkfont, FontsAreByteForByteAndReadBackIntoTheirTables)
     EXPECT_EQ(out.str(), "# name: My Braille\n# cell: 6\nA 1\nb 12\n");
     EXPECT_EQ(braille::writeFont(parsed("# name: AB\nA 1\n")), kExample);  // the smallest font
 
-    const std::string text = "# name: Ünïcode ⠿\n# cell: 8\nU+2800 -\nz 1356\nU+0023 3456\nSPACE 78\n";
+    // A shape of its own size among the cells: five positions by three rows.
+    const std::string text =
+        "# name: Ünïcode ⠿\n# cell: 8\nU+2800 -\nz 1356\nU+0023 3456\nB 5x3 o...o .o.o. ..o..\nSPACE 78\n";
     EXPECT_EQ(braille::formatTable(fromFont(braille::writeFont(parsed(text)))), text);
 }
 

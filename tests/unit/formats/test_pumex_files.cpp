@@ -121,4 +121,15 @@ TEST_F(PumexFiles, APrinterMissingOrWithoutABrailleFontIsTheEnvironmentsFault)
                   "printer \"Nobody\": not found");
 }
 
+// A command line that cannot be carried out is status 2, like the
+// environment's faults, whether the option parser or pumex itself finds it.
+TEST_F(PumexFiles, BadCommandLinesAreStatusTwo)
+{
+    const std::string job = root.path() + "/job.json";
+    testkit::writeFile(job, R"({"pages": [{"ops": []}]})");
+    expectRefusal(pumex(root, "print " + quoted(job) + " --copies 2"), 2, "apply to pictures");
+    EXPECT_EQ(pumex(root, "print " + quoted(job) + " --quality 0").status, 2);
+    EXPECT_EQ(pumex(root, "").status, 2);
+}
+
 }  // namespace

@@ -136,6 +136,22 @@ host::JobSpec pictureJob(const std::string& path, int width, int height, std::ve
     return job;
 }
 
+// A picture let go before, at the start of and halfway through its reading:
+// the reader's thread stops and nothing it held is used afterwards. The
+// failure this catches is a hang or a sanitizer report, not a value.
+TEST(PictureReader, APictureLetGoWhileBeingReadStopsItsThread)
+{
+    Folder dir;
+    std::string path = dir.writePicture("big.png", 1500, 700);
+    for (int32_t rows : {0, 1, 350}) {
+        host::PictureReader reader(path, true);
+        std::string error;
+        if (rows) {
+            EXPECT_TRUE(reader.wait(rows, error)) << error;
+        }
+    }
+}
+
 // A picture large enough to be read on its own thread, drawn at its own size
 // and stretched, band after band with one picture store as a page is run:
 // each band shows the picture's pixels, and the store then lets it go.

@@ -226,15 +226,15 @@ void BM_CellsDithered(benchmark::State& state)
 }
 
 // Rounds of bitmap adjustment, each from the page as drawn (the copy is not
-// timed), followed by the cells and rows when asked.
-void adjustRounds(benchmark::State& state, bool cells, Photo photo = Photo::smooth)
+// timed), or of the whole band conversion when asked.
+void adjustRounds(benchmark::State& state, bool wholeBand, Photo photo = Photo::smooth)
 {
     Page page((int)state.range(0), photo);
     for (auto _ : state) {
         state.PauseTiming();
         page.restore();
         state.ResumeTiming();
-        if (cells)
+        if (wholeBand)
             benchmark::DoNotOptimize(page.band());
         else
             adjustBitMap(&page.so, (INT)page.rf);

@@ -395,6 +395,13 @@ struct ColumnScan24 {
     }
 };
 
+// What the sweep keeps from one scan line to the next besides its scans.
+struct SweepFlags {
+    BYTE shifted;          // a column's run may have shifted during the scan line
+    BYTE runColoursPlain;  // runColours was of one colour when last looked at
+    BYTE runColoursKnown;  // and has not changed since
+};
+
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
 // columns the sweep follows, and which stretches hold one: at 24 bpp those
@@ -406,13 +413,6 @@ struct ColumnScan24 {
 // reading, unless a column's shift repainted them afterwards; and whether
 // runColours is known to be of one colour. Lines below the sweep found all
 // white, and not repainted since, are kWhiteAhead.
-// What the sweep keeps from one scan line to the next besides its scans.
-struct SweepFlags {
-    BYTE shifted;          // a column's run may have shifted during the scan line
-    BYTE runColoursPlain;  // runColours was of one colour when last looked at
-    BYTE runColoursKnown;  // and has not changed since
-};
-
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces

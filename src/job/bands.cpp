@@ -51,6 +51,16 @@ void finishPage(SURFOBJ* pso, XPDV* pdv)
     pdv->pEmbossPage = nullptr;
 }
 
+// The band's cells as it is read from the surface, a cell row at a time: a
+// row of the page in portrait, a column of it in landscape.
+struct BandCells {
+    DWORD rows, across;
+};
+BandCells bandCells(const XPDV* pdv, INT width, INT height)
+{
+    return pdv->bLandscape ? BandCells{(DWORD)width, (DWORD)height} : BandCells{(DWORD)height, (DWORD)width};
+}
+
 // WriteBandToPage, with the colours of the surface's whole cells taken
 // already where cells says so: the same colours getCellColours gives.
 void writeBand(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height, INT type, const CellColours* cells)
@@ -71,11 +81,9 @@ void writeBand(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT height
     ToneTable_init(&tone, config);
     bool landscape = pdv->bLandscape != 0;
     bool turnedRight = config->LandscapeMode != 0;
-    // The band is read a cell row of the surface at a time: a row of the page
-    // in portrait, a column of it in landscape.
-    DWORD rows = (DWORD)(landscape ? width : height), across = (DWORD)(landscape ? height : width);
     if (width <= 0 || height <= 0)
         return;
+    const auto [rows, across] = bandCells(pdv, width, height);
     PixelColor colours[kCellsAtOnce];
     for (DWORD row = 0; row < rows; ++row) {
         for (DWORD first = 0; first < across; first += kCellsAtOnce) {
@@ -179,17 +187,11 @@ void WriteBandToPage(SURFOBJ* pso, TextPage* pPage, INT yOffset, INT width, INT 
 void convertBand(SURFOBJ* pso, INT rf, INT yOffset, INT width, INT height)
 {
     XPDV* pdv = XPDV_fromSurface(pso);
-    if (!pdv) {
-        adjustBitMap(pso, rf);
-        WriteBandToPage(pso, nullptr, yOffset, width, height, 2);
-        return;
-    }
     CellColours cells = {};
-    bool read = pdv->pEmbossPage && pdv->pTextPage && pdv->pConfig && width > 0 && height > 0 && rf >= 1 &&
+    bool read = pdv && pdv->pEmbossPage && pdv->pTextPage && pdv->pConfig && width > 0 && height > 0 && rf >= 1 &&
                 resolutionFactorOf(publicDevmode(pso)) == rf && pso->sizlBitmap.cx > 0 && pso->sizlBitmap.cy > 0;
     if (read) {
-        // The surface's cell rows and columns, as writeBand walks them.
-        DWORD rows = (DWORD)(pdv->bLandscape ? width : height), across = (DWORD)(pdv->bLandscape ? height : width);
+        const auto [rows, across] = bandCells(pdv, width, height);
         DWORD wholeAcross = (DWORD)pso->sizlBitmap.cx / (DWORD)rf, wholeDown = (DWORD)pso->sizlBitmap.cy / (DWORD)rf;
         cells.markers = pdv->pTextPage;
         cells.rf = (DWORD)rf;
@@ -200,8 +202,7 @@ void convertBand(SURFOBJ* pso, INT rf, INT yOffset, INT width, INT height)
             cells.colours = static_cast<PixelColor*>(mymalloc((DWORD)bytes));
     }
     adjustBitMapSampling(pso, rf, cells.colours ? &cells : nullptr);
-    writeBand(pso, pdv->pEmbossPage, yOffset, width, height, 2, &cells);
+    writeBand(pso, pdv ? pdv->pEmbossPage : nullptr, yOffset, width, height, 2, &cells);
     if (cells.colours)
         myfree(cells.colours);
 }
-

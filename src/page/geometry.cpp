@@ -18,7 +18,6 @@ namespace {
 // The driver's device object behind a surface, or null.
 PDEVOBJ deviceOf(SURFOBJ* pso) { return pso ? reinterpret_cast<PDEVOBJ>(pso->dhpdev) : nullptr; }
 
-
 // The geometry is 32-bit signed arithmetic that wraps as the machine's does;
 // these keep a wrap on absurd device modes from being undefined behaviour.
 INT mul32(INT a, INT b) { return (INT)((uint32_t)a * (uint32_t)b); }

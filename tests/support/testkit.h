@@ -84,6 +84,9 @@ bool fileExists(const std::string& path);
 // UTF-16 text from UTF-8, for calls that take wide strings.
 std::u16string wide(const std::string& s);
 
+// How often what occurs in text (a log, say), counting overlaps.
+size_t countOf(const std::string& text, const std::string& what);
+
 // A printer file with the given "Config" values (a JSON object's members, e.g.
 // "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}").
 std::string printerJson(const std::string& name, const std::string& configMembers = "");

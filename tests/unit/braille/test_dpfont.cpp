@@ -4,6 +4,7 @@
 #include "braille/dpfont.h"
 #include "config/config.h"
 #include "diag/diag.h"
+#include "printer_fixture.h"
 #include "testkit.h"
 
 #include "px/winproc.h"
@@ -144,30 +145,20 @@ TEST_F(FontFile, AnAllocationFailingAnywhereGivesNoFontAndLeaksNothing)
     EXPECT_GE(nth, 10u);  // font, placeholder, name, array, 3 glyphs, 3 bitmaps: nine or more
 }
 
-// The printer lists three faces, two of whose files are missing: one error dialog for
-// both (on Windows 6 and later, where it goes through the command module, here absent).
-// The dialog's command lines are checked with the helper processes.
+class FontList : public PrinterTest {};
+
 // Faces find their fonts by exact name in list order: a value without data
 // is skipped, a number names a file of its digits (here in the working
 // folder). Two listed files are missing: one error dialog tells of both (on
 // Windows 6 and later, where it goes through the command module, here absent);
 // the dialog's command lines are checked with the helper processes.
-TEST(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
+TEST_F(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
 {
-    testkit::TempRoot root;
     testkit::writeFile(root.path() + "/one.dp", kExample);
     testkit::writeFile(root.path() + "/120", kExample.substr(0, 22) + "N" + kExample.substr(23));  // glyph N
-    const std::string fontList = "{\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
-                                 "\"Empty\": {\"type\": \"binary\", \"value\": \"\"}, " +
-                                 "\"Numbered\": {\"type\": \"dword\", \"value\": 120}, \"Three\": \"C:/gone2.dp\"}";
-    std::string json = testkit::printerJson("Embosser");
-    root.writePrinter("Embosser", json.insert(json.rfind('}'), ", \"fontList\": " + fontList));
-    std::u16string name = u"Embosser";
-    HANDLE printer = nullptr;
-    ASSERT_TRUE(OpenPrinterW(&name[0], &printer, nullptr));
-    DEVMODEW devmode{};
-    DEVOBJ devobj{};
-    devobj.hPrinter = printer, devobj.pPublicDM = &devmode;
+    makePrinter(withVersion(), ", \"fontList\": {\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
+                                   "\"Empty\": {\"type\": \"binary\", \"value\": \"\"}, " + dword("Numbered", 120) +
+                                   ", \"Three\": \"C:/gone2.dp\"}");
     Config* config = Config_new(&devobj);
     ASSERT_NE(config, nullptr);
     EXPECT_EQ(config->fontCount, 5);  // the skipped value counts too
@@ -187,19 +178,11 @@ TEST(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
     PxSetWindowsVersion(10, 0);
     checkDPFont(config);
     PxSetWindowsVersion(0, 0);
-    gDebugLevel = 0;
     std::filesystem::current_path(saved);
     const std::string log = root.log();
-    auto count = [&log](const std::string& what) {
-        size_t n = 0;
-        for (size_t at = log.find(what); at != std::string::npos; at = log.find(what, at + 1))
-            ++n;
-        return n;
-    };
-    EXPECT_EQ(count("doesn't exist!"), 2u) << log;
-    EXPECT_EQ(count("DisplayErrorDlgVista(): 0x"), 1u) << log;
+    EXPECT_EQ(testkit::countOf(log, "doesn't exist!"), 2u) << log;
+    EXPECT_EQ(testkit::countOf(log, "DisplayErrorDlgVista(): 0x"), 1u) << log;
     Config_delete(config);
-    ClosePrinter(printer);
 }
 
 }  // namespace

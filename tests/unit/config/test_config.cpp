@@ -1,6 +1,6 @@
 // The configuration record: defaults, printer data, devmode merge, model and
 // the repair of missing printer keys.
-#include "config_fixture.h"
+#include "printer_fixture.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // The one-shot control string: the parser's rules and the read-and-erase cycle.
-#include "config_fixture.h"
+#include "printer_fixture.h"
 
 #include <cstring>
 #include <string>

@@ -5,6 +5,7 @@
 #include "braille_table.h"
 #include "config/config.h"
 #include "diag/diag.h"
+#include "printer_fixture.h"
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -75,23 +76,17 @@ TEST(BrailleTable, TheBundledComputerBrailleIsNorthAmericanBrailleAscii)
 
 // The bundled printer in a fresh root, with the built fonts where its font list
 // says they are: each listed face loads the font made of its table.
-TEST(BrailleTable, TheBundledPrintersFacesLoadTheBundledFonts)
+class BundledPrinter : public PrinterTest {};
+
+TEST_F(BundledPrinter, ItsFacesLoadTheBundledFonts)
 {
-    testkit::TempRoot root;
-    root.writePrinter("Pumex Embosser", testkit::readFile(PUMEX_BUNDLED_PRINTER));
     const std::string fonts = root.path() + "/drive_c/Program Files/Quorvane/Fonts/";
     std::filesystem::create_directories(fonts);
     const std::pair<const char16_t*, std::string> faces[] = {{u"DejaVu Sans Mono", "computer-braille"},
                                                             {u"DejaVu Sans", "unicode-braille"}};
     for (const auto& [face, stem] : faces)
         testkit::writeFile(fonts + stem + ".dp", testkit::readFile(PUMEX_FONT_DIR "/" + stem + ".dp"));
-    std::u16string name = u"Pumex Embosser";
-    HANDLE printer = nullptr;
-    ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
-    DEVMODEW devmode{};
-    DEVOBJ devobj{};
-    devobj.hPrinter = printer;
-    devobj.pPublicDM = &devmode;
+    usePrinter("Pumex Embosser", testkit::readFile(PUMEX_BUNDLED_PRINTER));
     Config* config = Config_new(&devobj);
     ASSERT_NE(config, nullptr);
     checkDPFont(config);
@@ -103,9 +98,7 @@ TEST(BrailleTable, TheBundledPrintersFacesLoadTheBundledFonts)
         EXPECT_TRUE(font && std::u16string(font->name) == testkit::wide(table.name) &&
                     font->numGlyphs == (INT)table.cells.size()) << stem;
     }
-    Config_delete(config);
-    ClosePrinter(printer);
-    gDebugLevel = 0;  // the bundled printer asks for the log
+    Config_delete(config);  // the fixture resets the log level the bundled printer asks for
 }
 
 class Mkfont : public ::testing::Test {

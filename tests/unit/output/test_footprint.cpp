@@ -54,10 +54,7 @@ Footprint runPage(unsigned cx, unsigned cy, DWORD level)
     gDebugLevel = 0;
     TextPage_delete(dots);
     std::string log = root.log();
-    size_t allocations = 0;
-    for (size_t at = log.find("mymalloc("); at != std::string::npos; at = log.find("mymalloc(", at + 1))
-        ++allocations;
-    return {(size_t)std::count(log.begin(), log.end(), '\n'), allocations};
+    return {(size_t)std::count(log.begin(), log.end(), '\n'), testkit::countOf(log, "mymalloc(")};
 }
 
 TEST(Footprint, AllocationsAndLogLinesDoNotGrowWithThePagesArea)

@@ -12,16 +12,21 @@
 
 class PrinterTest : public ::testing::Test {
 protected:
+    // Writes printer `name` with the given printer file text and opens it.
+    void usePrinter(const std::string& name, const std::string& json)
+    {
+        root.writePrinter(name, json);
+        std::u16string wide = testkit::wide(name);
+        ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(wide.c_str()), &printer, nullptr));
+        devobj.hPrinter = printer;
+        devobj.pPublicDM = &devmode;
+    }
     // Writes printer "Embosser" with the given "Config" members (JSON) and extra
     // top-level members (JSON, with a leading comma), and opens it.
     void makePrinter(const std::string& config, const std::string& extra = "", const std::string& driver = "Pumex Pro")
     {
-        root.writePrinter("Embosser", "{\n  \"name\": \"Embosser\",\n  \"driver\": \"" + driver +
-                                          "\",\n  \"data\": { \"Config\": { " + config + " } }" + extra + "\n}\n");
-        std::u16string name = testkit::wide("Embosser");
-        ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
-        devobj.hPrinter = printer;
-        devobj.pPublicDM = &devmode;
+        usePrinter("Embosser", "{\n  \"name\": \"Embosser\",\n  \"driver\": \"" + driver +
+                                   "\",\n  \"data\": { \"Config\": { " + config + " } }" + extra + "\n}\n");
     }
     void TearDown() override
     {

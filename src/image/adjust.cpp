@@ -378,8 +378,10 @@ struct ColumnScan24 {
     // scan waits at y and the pixel there, already read, is c, not
     // the run's colour: the run ends, shifted if it must be, and c begins
     // the next. The pixels a shift back repaints before y are of c too, so
-    // the scan is done with y either way.
-    void endAt(const Line24& column, DWORD y, uint32_t c, DWORD n, DWORD rf, BYTE& shifted)
+    // the scan is done with y either way. yCellEnd is the first pixel past
+    // y's cell, which the sweep knows for the whole scan line: a run that
+    // begins at y needs no division.
+    void endAt(const Line24& column, DWORD y, uint64_t yCellEnd, uint32_t c, DWORD n, DWORD rf, BYTE& shifted)
     {
         DWORD resume = y;
         if (y > cellEnd && y - start <= rf) {
@@ -388,10 +390,12 @@ struct ColumnScan24 {
         }
         previous = colour;
         colour = next = c;
-        start = resume;
         pos = resume > y ? resume : y + 1;  // ahead after a shift forward
-        if (start >= cellEnd)
-            cellEnd = start < cellEnd + rf ? cellEnd + rf : ((uint64_t)start / rf + 1) * rf;
+        if (resume == y)
+            cellEnd = yCellEnd;
+        else if (resume >= cellEnd)
+            cellEnd = resume < cellEnd + rf ? cellEnd + rf : ((uint64_t)resume / rf + 1) * rf;
+        start = resume;
     }
 };
 
@@ -515,7 +519,8 @@ void sweepStretch(SURFOBJ* pso, ColumnScans work, DWORD x0, DWORD x1, DWORD y, D
 
 // One followed column of the sweep at scan line y, whose pixel differs from
 // its run's colour: unless its scan is ahead of the sweep, the run ends here.
-inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWORD x, DWORD y, DWORD cy, DWORD rf)
+inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWORD x, DWORD y, uint64_t yCellEnd,
+                          DWORD cy, DWORD rf)
 {
     ColumnScan24& scan = work.scans24[x];
     if (scan.pos > y)
@@ -524,7 +529,7 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     if (c == scan.colour)
         scan.pos = y + 1;  // the run goes on
     else
-        scan.endAt(column24(pso, x), y, c, cy, rf, work.flags->shifted);
+        scan.endAt(column24(pso, x), y, yCellEnd, c, cy, rf, work.flags->shifted);
     putPixel24(work.runColours, x, scan.colour);
 }
 
@@ -555,6 +560,7 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     }
     work.plainLines[y] = 0;
     work.flags->runColoursKnown = 0;  // the colours of the runs are about to change
+    const uint64_t yCellEnd = ((uint64_t)y / rf + 1) * rf;
     for (size_t stretch = 0; done < bytes; ++stretch) {
         size_t stretchEnd = (stretch + 1) * kStretch * 3;
         stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
@@ -571,7 +577,7 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
             differ &= done > at ? ~0u << (done - at) : ~0u;
             while (differ) {
                 DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
-                sweepColumn24(pso, work, line, x, y, cy, rf);
+                sweepColumn24(pso, work, line, x, y, yCellEnd, cy, rf);
                 done = (size_t)(x + 1) * 3;
                 differ &= done - at >= 16 ? 0u : ~0u << (done - at);
             }

@@ -217,6 +217,19 @@ bool uniformCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, P
     return true;
 }
 
+// Whether the 24-bpp cell at (x, y), factor pixels on a side, holds the
+// same bytes as the cell to its left; the first differing line ends the look.
+bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor)
+{
+    size_t bytes = (size_t)factor * 3;
+    for (DWORD j = 0; j < factor; ++j) {
+        const BYTE* cell = scanLine(pso, y + j) + (size_t)x * 3;
+        if (!sameBytes(cell, cell - bytes, bytes))
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 // Reads one pixel as a colour triple.
@@ -359,6 +372,7 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
     for (DWORD j = 1; j < factor && repeats; ++j)
         repeats = sameBytes(scanLine(pso, y + j) + (size_t)x * 3, first, bytes);
     uint64_t k = weightFactor(pso, factor);
+    DWORD sampled = count;  // the cell before, when it was sampled here
     for (DWORD i = 0; i < count; ++i) {
         if (skip[i])
             continue;
@@ -367,6 +381,15 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
             continue;
         }
         DWORD x0 = x + i * factor;
+        // A cell byte for byte the same as the one before it, as sampling
+        // left that one (its ink painted), holds no ink and takes its colour:
+        // ruled lines and the rows of a pattern repeat cells along the strip.
+        if (sampled + 1 == i && sameCells(pso, x0, y, factor)) {
+            colours[i] = colours[sampled];
+            sampled = i;
+            continue;
+        }
+        sampled = i;
         if (repeats) {
             BYTE* row = first + (size_t)i * factor * 3;
             PixelColor c = {row[0], row[1], row[2]};

@@ -354,14 +354,14 @@ DWORD shiftRun24(const Line24& line, DWORD start, DWORD pos, uint64_t cellEnd, u
 // RunScan over a 24-bpp column, with colours as numbers: the same scan,
 // resumable at any scan line, for the column sweep.
 struct ColumnScan24 {
-    uint32_t colour, previous, next;
+    uint32_t colour, previous;
     DWORD start;
     DWORD pos;
     uint64_t cellEnd;
 
     void begin(const Line24& column, DWORD rf)
     {
-        colour = previous = next = column.get(0);
+        colour = previous = column.get(0);
         start = pos = 0;
         cellEnd = rf;
     }
@@ -389,7 +389,7 @@ struct ColumnScan24 {
             shifted = 1;
         }
         previous = colour;
-        colour = next = c;
+        colour = c;
         pos = resume > y ? resume : y + 1;  // ahead after a shift forward
         if (resume == y)
             cellEnd = yCellEnd;
@@ -741,7 +741,7 @@ struct ColumnSweep {
         if (top == 0) {
             scan.begin(column, rf);
         } else {
-            scan.colour = scan.next = column.get(top);
+            scan.colour = column.get(top);
             scan.previous = column.get(top - 1);
             scan.start = top;
             scan.pos = top + 1;

@@ -533,13 +533,30 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     putPixel24(work.runColours, x, scan.colour);
 }
 
-// A 24-bpp scan line of the sweep, sixteen bytes at a time against the
+// Columns the sweep compares at once: three vectors of a 24-bpp scan line.
+const DWORD kGroup = 16;
+
+// Which of the kGroup columns from x differ from the colours of their runs
+// and are followed: a bit for each, at bit 3 (x' - x) for column x'.
+inline uint64_t groupDiffers(const BYTE* line, const BYTE* runColours, const BYTE* followed24, DWORD x)
+{
+    size_t at = (size_t)x * 3;
+    uint64_t differ = 0;
+    for (int i = 0; i < 3; ++i, at += 16) {
+        unsigned part = ~wide::equalMask(line + at, runColours + at) & wide::setMask(followed24 + at);
+        differ |= (uint64_t)(part & 0xFFFF) << (16 * i);
+    }
+    // Any of a column's three bytes: the first one's bit.
+    return (differ | differ >> 1 | differ >> 2) & 0x249249249249ull;
+}
+
+// A 24-bpp scan line of the sweep, sixteen columns at a time against the
 // colours of the columns' runs: only the columns whose pixel differs are
 // visited, and stretches without a followed column are passed.
 void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DWORD rf)
 {
     const BYTE* line = scanLine(pso, y);
-    size_t bytes = (size_t)cx * 3, done = 0;  // bytes of the columns visited or passed
+    size_t bytes = (size_t)cx * 3;
     auto runColoursPlain = [&]() {
         if (!work.flags->runColoursKnown) {
             work.flags->runColoursPlain = sameBytes(work.runColours, work.runColours + 3, bytes - 3);
@@ -561,28 +578,22 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     work.plainLines[y] = 0;
     work.flags->runColoursKnown = 0;  // the colours of the runs are about to change
     const uint64_t yCellEnd = ((uint64_t)y / rf + 1) * rf;
-    for (size_t stretch = 0; done < bytes; ++stretch) {
-        size_t stretchEnd = (stretch + 1) * kStretch * 3;
-        stretchEnd = stretchEnd < bytes ? stretchEnd : bytes;
+    for (DWORD x0 = 0, stretch = 0; x0 < cx; x0 += kStretch, ++stretch) {
+        DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
         // A stretch that continues every column's run (paper, mostly) is
         // passed by one comparison of its bytes.
-        if (!work.stretchFollowed[stretch] || sameBytes(line + done, work.runColours + done, stretchEnd - done)) {
-            done = stretchEnd;
+        if (!work.stretchFollowed[stretch] ||
+            sameBytes(line + (size_t)x0 * 3, work.runColours + (size_t)x0 * 3, (size_t)(x1 - x0) * 3))
             continue;
+        DWORD x = x0;
+        for (; x + kGroup <= x1; x += kGroup) {
+            uint64_t columns = groupDiffers(line, work.runColours, work.followed24, x);
+            for (; columns; columns &= columns - 1)
+                sweepColumn24(pso, work, line, x + (DWORD)__builtin_ctzll(columns) / 3, y, yCellEnd, cy, rf);
         }
-        while (done < stretchEnd) {
-            size_t at = done + 16 > bytes ? bytes - 16 : done;
-            unsigned differ = ~wide::equalMask(line + at, work.runColours + at) & wide::setMask(work.followed24 + at);
-            // Bytes of columns already visited are left out.
-            differ &= done > at ? ~0u << (done - at) : ~0u;
-            while (differ) {
-                DWORD x = (DWORD)((at + (size_t)__builtin_ctz(differ)) / 3);
+        for (; x < x1; ++x)
+            if (work.followed[x] && pixel24(line, x) != pixel24(work.runColours, x))
                 sweepColumn24(pso, work, line, x, y, yCellEnd, cy, rf);
-                done = (size_t)(x + 1) * 3;
-                differ &= done - at >= 16 ? 0u : ~0u << (done - at);
-            }
-            done = done > at + 16 ? done : at + 16;
-        }
     }
 }
 

@@ -84,8 +84,19 @@ inline bool same(const BYTE* a, const BYTE* b, size_t n)
             return memcmp(a, b, n) == 0;
         return ((load8(a) ^ load8(b)) | (load8(a + n - 8) ^ load8(b + n - 8))) == 0;
     }
+    // Sixty-four bytes between looks, so that long stretches which differ
+    // early (a scan line against another) stop there.
     __m128i diff = _mm_setzero_si128();
-    for (size_t i = 0; i + 16 <= n; i += 16)
+    size_t i = 0;
+    for (; i + 64 <= n; i += 64) {
+        diff = _mm_or_si128(_mm_or_si128(_mm_xor_si128(load16(a + i), load16(b + i)),
+                                         _mm_xor_si128(load16(a + i + 16), load16(b + i + 16))),
+                            _mm_or_si128(_mm_xor_si128(load16(a + i + 32), load16(b + i + 32)),
+                                         _mm_xor_si128(load16(a + i + 48), load16(b + i + 48))));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) != 0xFFFF)
+            return false;
+    }
+    for (; i + 16 <= n; i += 16)
         diff = _mm_or_si128(diff, _mm_xor_si128(load16(a + i), load16(b + i)));
     diff = _mm_or_si128(diff, _mm_xor_si128(load16(a + n - 16), load16(b + n - 16)));
     return _mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF;
@@ -102,7 +113,14 @@ inline bool allEqualTo(const BYTE* p, size_t n, BYTE value)
     }
     const __m128i v = _mm_set1_epi8((char)value);
     __m128i diff = _mm_setzero_si128();
-    for (size_t i = 0; i + 16 <= n; i += 16)
+    size_t i = 0;
+    for (; i + 64 <= n; i += 64) {  // as in same: a look every sixty-four bytes
+        diff = _mm_or_si128(_mm_or_si128(_mm_xor_si128(load16(p + i), v), _mm_xor_si128(load16(p + i + 16), v)),
+                            _mm_or_si128(_mm_xor_si128(load16(p + i + 32), v), _mm_xor_si128(load16(p + i + 48), v)));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) != 0xFFFF)
+            return false;
+    }
+    for (; i + 16 <= n; i += 16)
         diff = _mm_or_si128(diff, _mm_xor_si128(load16(p + i), v));
     diff = _mm_or_si128(diff, _mm_xor_si128(load16(p + n - 16), v));
     return _mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF;

@@ -597,7 +597,7 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     }
 }
 
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines);
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines, DWORD& unchangedRow);
 
 // After a column's shift at sweep line y, the lines it may have repainted
 // behind the sweep are no longer known to be plain, nor those ahead of it to
@@ -644,12 +644,13 @@ struct ColumnSweep {
     DWORD next;           // the next scan line to sweep
     CellColours* cells;   // cell rows to sample behind the row pass, if any
     DWORD sampled;        // cell rows sampled
+    DWORD unchangedRow;   // of the row pass (shiftRows)
 
     ColumnSweep(SURFOBJ* surface, ColumnScans memory, DWORD width, DWORD height, DWORD factor,
                 CellColours* colours = nullptr)
         : pso(surface), work(memory), cx(width), cy(height), rf(factor),
           wideLines(surface->iBitmapFormat == BMF_24BPP && (size_t)width * 3 >= 16), started(false), next(0),
-          cells(colours), sampled(0)
+          cells(colours), sampled(0), unchangedRow(0)
     {
     }
 
@@ -787,7 +788,7 @@ struct ColumnSweep {
                 }
             }
             if (y >= lag()) {
-                shiftRows(pso, cx, (DWORD)(y - lag()), (DWORD)(y - lag() + 1), rf, work.plainLines);
+                shiftRows(pso, cx, (DWORD)(y - lag()), (DWORD)(y - lag() + 1), rf, work.plainLines, unchangedRow);
                 sample((DWORD)(y - lag() + 1));
             }
         }
@@ -809,7 +810,7 @@ struct ColumnSweep {
             scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
         }
         forgetPlainLines(work, cy, cy, rf);
-        shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines);
+        shiftRows(pso, cx, cy > lag() ? (DWORD)(cy - lag()) : 0, cy, rf, work.plainLines, unchangedRow);
         sample(cy);
     }
 
@@ -868,8 +869,10 @@ uint64_t nextJoinedBoundary(const BYTE* line, uint64_t b, DWORD n, DWORD rf)
 // and the colour of the pixel before it. It goes straight there. A grainy
 // picture ends a run at almost every pixel, but joins few boundaries. A
 // shift repaints no pixel of a boundary past the cell the scan then is in.
-void shiftRow24(BYTE* line, DWORD n, DWORD rf)
+// False when no run came near a shift: the line is as it was.
+bool shiftRow24(BYTE* line, DWORD n, DWORD rf)
 {
+    bool mayHaveShifted = false;
     uint32_t colour = pixel24(line, 0), previous = colour, next = colour;
     DWORD start = 0;
     uint64_t cellEnd = rf;  // the first pixel past the cell of the run's first pixel
@@ -877,7 +880,7 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
     while (start < n) {
         if (cellEnd < joined) {
             if (joined >= n)
-                return;  // no run from here on straddles a boundary
+                return mayHaveShifted;  // no run from here on straddles a boundary
             DWORD p = (DWORD)joined - 1, low = (DWORD)joined - rf;
             while (p > low && pixel24(line, p - 1) == pixel24(line, p))
                 --p;
@@ -893,9 +896,11 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
             next = pixel24(line, pos);  // at the edge next stays the run's own colour
         // A run that ends within its first cell, empty or not, or one longer
         // than a cell stays; any other straddles the boundary at cellEnd.
-        DWORD resume = pos <= cellEnd || pos - start > rf
-                           ? pos
-                           : shiftRun24(Line24{line, 3}, start, pos, cellEnd, colour, previous, next, n);
+        DWORD resume = pos;
+        if (pos > cellEnd && pos - start <= rf) {
+            resume = shiftRun24(Line24{line, 3}, start, pos, cellEnd, colour, previous, next, n);
+            mayHaveShifted = true;
+        }
         previous = colour;
         colour = next;
         start = resume;
@@ -904,21 +909,33 @@ void shiftRow24(BYTE* line, DWORD n, DWORD rf)
         if (joined < cellEnd)
             joined = nextJoinedBoundary(line, cellEnd, n, rf);
     }
+    return mayHaveShifted;
 }
 
 // The row pass over scan lines y0 .. y1 - 1, one at a time. A plain line is
-// one run, which stays: longer than a cell, or within the first.
-void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines)
+// one run, which stays: longer than a cell, or within the first. A 24-bpp
+// line the same as the line above, which the pass left as it was, stays as
+// it is too: the row pass reads nothing but the line. unchangedRow is y + 1
+// when line y was left so, 0 when no line is known to be; the sampling of a
+// cell row may paint ink white in the lines before the next, so a cell row's
+// first line is never taken for the one above it.
+void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines, DWORD& unchangedRow)
 {
     ULONG format = pso->iBitmapFormat;
     for (DWORD y = y0; y < y1; ++y) {
         BYTE* line = scanLine(pso, y);
-        if (plainLines[y] == kPlain)
-            continue;
-        if (format == BMF_24BPP && cx > 0)
-            shiftRow24(line, cx, rf);
-        else if (rowMayShift(line, cx, rf, format))
+        bool unchanged = true;
+        if (plainLines[y] == kPlain) {
+            // one run, which stays
+        } else if (format == BMF_24BPP && cx > 0) {
+            size_t bytes = (size_t)cx * 3;
+            if (unchangedRow != y || y % rf == 0 || !sameBytes(line, scanLine(pso, y - 1), bytes))
+                unchanged = !shiftRow24(line, cx, rf);
+        } else if (rowMayShift(line, cx, rf, format)) {
             shiftLine(ScanLineRow{line, format}, cx, rf);
+            unchanged = false;
+        }
+        unchangedRow = unchanged ? y + 1 : 0;
     }
 }
 

@@ -315,18 +315,30 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
                 sums.add(kNoBits);
     } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
         // A row the same as the one above it (its ink already painted) adds
-        // the same sums: strokes, edges and smooth pictures repeat rows.
+        // the same sums: strokes, edges and smooth pictures repeat rows, and
+        // each run of equal rows is added once, times its length.
         CellSums row;
+        uint64_t times = 0;
         const BYTE* above = nullptr;
         size_t bytes = (size_t)(x1 - x0) * 3;
         for (DWORD y = y0; y < y1; ++y) {
             BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
-            if (!above || !sameBytes(p, above, bytes)) {
+            if (times > 0 && sameBytes(p, above, bytes)) {
+                ++times;
+            } else {
+                if (times > 0) {
+                    row.repeat(times);
+                    sums.merge(row);
+                }
                 row = CellSums();
                 row.addRow24(p, x1 - x0);
+                times = 1;
             }
-            sums.merge(row);
             above = p;
+        }
+        if (times > 0) {
+            row.repeat(times);
+            sums.merge(row);
         }
     } else {
         ULONG format = pso->iBitmapFormat;

@@ -217,12 +217,13 @@ bool uniformCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, P
     return true;
 }
 
-// Whether the 24-bpp cell at (x, y), factor pixels on a side, holds the
-// same bytes as the cell to its left; the first differing line ends the look.
-bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor)
+// Whether the first lines of the 24-bpp cell at (x, y), factor pixels
+// wide, hold the same bytes as those of the cell to its left; the first
+// differing line ends the look.
+bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD lines)
 {
     size_t bytes = (size_t)factor * 3;
-    for (DWORD j = 0; j < factor; ++j) {
+    for (DWORD j = 0; j < lines; ++j) {
         const BYTE* cell = scanLine(pso, y + j) + (size_t)x * 3;
         if (!sameBytes(cell, cell - bytes, bytes))
             return false;
@@ -396,7 +397,8 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
         // A cell byte for byte the same as the one before it, as sampling
         // left that one (its ink painted), holds no ink and takes its colour:
         // ruled lines and the rows of a pattern repeat cells along the strip.
-        if (sampled + 1 == i && sameCells(pso, x0, y, factor)) {
+        // Where the strip's lines repeat, its first line says it.
+        if (sampled + 1 == i && sameCells(pso, x0, y, factor, repeats ? 1 : factor)) {
             colours[i] = colours[sampled];
             sampled = i;
             continue;

@@ -30,6 +30,10 @@ const PixelColor kItalicColour = {200, 200, 200};
 // Brightness range of a pixel: red + green + blue.
 const DWORD kBrightest = 765;
 
+// Rows of a cell up to this many pixels are summed a pixel at a time (most
+// cells are 5 to 30 pixels a side), longer ones a run of one colour at a time.
+const DWORD kShortRow = 64;
+
 // The bitmap's size; a negative size counts as none, so no read or write can
 // leave the bits.
 DWORD widthOf(const SURFOBJ* pso) { return pso->sizlBitmap.cx > 0 ? (DWORD)pso->sizlBitmap.cx : 0; }
@@ -84,12 +88,54 @@ struct CellSums {
         last = p;
     }
 
+    // The count pixels of a 24-bpp scan line from p, one at a time, with no
+    // branch that depends on them: the rows of a cell in a photograph change
+    // colour every few pixels, in a grainy one at almost every pixel. False,
+    // with nothing added, when one of them is ink, which addRow24 paints.
+    bool addPixels24(const BYTE* p, DWORD count)
+    {
+        // 32 bits hold a row's sums: 765 x 255 x kShortRow is below 2^32.
+        uint32_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
+        DWORD lo = minS, hi = maxS;
+        bool ink = false;
+        for (const BYTE* q = p; q < p + (size_t)count * 3; q += 3) {
+            uint32_t r = q[0], g = q[1], b = q[2], bright = r + g + b;
+            ink |= g == 6 && (r ^ b) == 2 && (r == 5 || r == 7);  // (5, 6, 7) or (7, 6, 5)
+            lo = bright < lo ? bright : lo;
+            hi = bright > hi ? bright : hi;
+            rowS += bright;
+            c0 += r;
+            c1 += g;
+            c2 += b;
+            sc0 += bright * r;
+            sc1 += bright * g;
+            sc2 += bright * b;
+        }
+        if (ink)
+            return false;
+        minS = lo;
+        maxS = hi;
+        n += count;
+        s += rowS;
+        c[0] += c0;
+        c[1] += c1;
+        c[2] += c2;
+        sc[0] += sc0;
+        sc[1] += sc1;
+        sc[2] += sc2;
+        const BYTE* end = p + (size_t)count * 3;
+        last = PixelColor{end[-3], end[-2], end[-1]};
+        return true;
+    }
+
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
     // met: the same sums as add for each, a run of one colour at once, with
     // the running totals kept in registers for the row. Shapes, strokes and
     // smooth pictures are mostly runs; noise costs one comparison more per pixel.
     bool addRow24(BYTE* p, DWORD count)
     {
+        if (count <= kShortRow && addPixels24(p, count))
+            return false;
         bool inked = false;
         uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
         DWORD lo = minS, hi = maxS;

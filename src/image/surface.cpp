@@ -113,18 +113,7 @@ struct CellSums {
         }
         if (ink)
             return false;
-        minS = lo;
-        maxS = hi;
-        n += count;
-        s += rowS;
-        c[0] += c0;
-        c[1] += c1;
-        c[2] += c2;
-        sc[0] += sc0;
-        sc[1] += sc1;
-        sc[2] += sc2;
-        const BYTE* end = p + (size_t)count * 3;
-        last = PixelColor{end[-3], end[-2], end[-1]};
+        addTotals(count, lo, hi, rowS, c0, c1, c2, sc0, sc1, sc2, p + (size_t)count * 3);
         return true;
     }
 
@@ -163,18 +152,26 @@ struct CellSums {
             sc2 += bright * b * copies;
             at = runEnd;
         }
+        addTotals(count, lo, hi, rowS, c0, c1, c2, sc0, sc1, sc2, p + bytes);
+        return inked;
+    }
+
+    // A row's totals, as addPixels24 and addRow24 sum them, added to the
+    // cell's: count pixels, the last of them just before end.
+    void addTotals(DWORD count, DWORD lo, DWORD hi, uint64_t rowS, uint64_t r, uint64_t g, uint64_t b, uint64_t sr,
+                   uint64_t sg, uint64_t sb, const BYTE* end)
+    {
         minS = lo;
         maxS = hi;
         n += count;
         s += rowS;
-        c[0] += c0;
-        c[1] += c1;
-        c[2] += c2;
-        sc[0] += sc0;
-        sc[1] += sc1;
-        sc[2] += sc2;
-        last = PixelColor{p[bytes - 3], p[bytes - 2], p[bytes - 1]};
-        return inked;
+        c[0] += r;
+        c[1] += g;
+        c[2] += b;
+        sc[0] += sr;
+        sc[1] += sg;
+        sc[2] += sb;
+        last = PixelColor{end[-3], end[-2], end[-1]};
     }
 
     // The pixels summed in other, after these.

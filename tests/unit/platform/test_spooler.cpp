@@ -1,5 +1,6 @@
-// The spooler calls over printer files: printer data, the printer, driver and
-// form records, paper lists, the checks on a file, and two writers at once.
+// The spooler calls over printer files: printer data, the printer record, paper
+// lists, the checks on a file, and two writers at once. (Forms are read by the
+// page geometry tests.)
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -209,10 +210,11 @@ TEST_F(Spooler, PrinterFilesAreCheckedWhole)
     EXPECT_TRUE(!PxValidatePrinterFile(file().c_str(), message, 4) && message == "pri"s) << "cut to fit, terminated";
 }
 
-TEST_F(Spooler, PrinterRecordFillsOneBlock)
+// The level-2 record is what the page geometry reads for the printer's own
+// device mode: one block holding its texts and an aligned device mode that
+// names the first paper the printer lists, or no paper when it lists none.
+TEST_F(Spooler, PrinterRecordFillsOneBlockAndItsDevmodeNamesTheFirstPaper)
 {
-    // Level 1 and the driver record are read at every document start; the
-    // typical job's log shows the names they give.
     Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
     auto* two = reinterpret_cast<PRINTER_INFO_2W*>(block.data());
     std::u16string texts;
@@ -228,12 +230,7 @@ TEST_F(Spooler, PrinterRecordFillsOneBlock)
     EXPECT_EQ((std::vector<int>{dm.dmSize, dm.dmDriverExtra, dm.dmOrientation, dm.dmPaperSize, dm.dmPrintQuality,
                                 dm.dmYResolution}),
               (std::vector<int>{220, 0, DMORIENT_PORTRAIT, 9, 100, 100}));
-}
 
-// The lists in file order are read by the page geometry tests; here, a
-// printer without papers.
-TEST_F(Spooler, APrinterWithoutPapersListsNoneAndItsDevmodeNamesNone)
-{
     const std::string name = "An embosser whose name is longer than a device name can hold";
     const std::u16string bare = testkit::wide(name);
     root.writePrinter(name, R"({"name": ")" + name + R"(", "driver": "Pumex Pro"})");
@@ -241,10 +238,10 @@ TEST_F(Spooler, APrinterWithoutPapersListsNoneAndItsDevmodeNamesNone)
     EXPECT_EQ(DeviceCapabilitiesW(bare.c_str(), nullptr, DC_PAPERSIZE, nullptr, nullptr), 0);
     EXPECT_EQ(GetLastError(), kMagic) << "no papers is no error";
     ASSERT_TRUE(ClosePrinter(h) && openPrinter(name, &h));
-    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
-    const DEVMODEW& dm = *reinterpret_cast<PRINTER_INFO_2W*>(block.data())->pDevMode;
-    EXPECT_TRUE(dm.dmFields == (DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION) && dm.dmPaperSize == 0);
-    EXPECT_EQ(std::u16string(dm.dmDeviceName), bare.substr(0, 31)) << "the name is cut to fit";
+    block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetPrinterW(h, 2, b, size, n); });
+    const DEVMODEW& none = *reinterpret_cast<PRINTER_INFO_2W*>(block.data())->pDevMode;
+    EXPECT_TRUE(none.dmFields == (DM_ORIENTATION | DM_PRINTQUALITY | DM_YRESOLUTION) && none.dmPaperSize == 0);
+    EXPECT_EQ(std::u16string(none.dmDeviceName), bare.substr(0, 31)) << "the name is cut to fit";
 }
 
 // A paper list is asked for as a count, then filled into a buffer of that
@@ -283,16 +280,6 @@ TEST_F(Spooler, PaperCountAndFillAgreeWhileThePrinterFileIsReplaced)
     done = true;
     admin.join();
     EXPECT_EQ(disagreements, 0);
-}
-
-TEST_F(Spooler, GetFormFollowsTheBufferRules)
-{
-    // Sizes and unknown names are read by the page geometry tests.
-    std::u16string a4 = u"a4";  // form names compare without case
-    Bytes block = fetch([&](BYTE* b, DWORD size, DWORD* n) { return GetFormW(h, &a4[0], 1, b, size, n); });
-    ASSERT_EQ(block.size(), sizeof(FORM_INFO_1W) + sizeof(u"A4"));
-    auto* form = reinterpret_cast<FORM_INFO_1W*>(block.data());
-    EXPECT_EQ(inside(form->pName, block) ? form->pName : u"(outside)"s, u"A4") << "the name as the printer spells it";
 }
 
 // Two processes each count up 200 times in a value of their own and read the

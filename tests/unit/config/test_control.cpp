@@ -140,17 +140,4 @@ TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
     }
 }
 
-// (A missing value is the typical job's path.)
-TEST_F(ControlFlags, AMissingPrinterAppliesNothing)
-{
-    makePrinter(withVersion());
-    Config* c = newConfig();
-    EXPECT_EQ(Config_readControlFlags(c, u"No Such Printer"), (LONG)ERROR_INVALID_PRINTER_NAME);
-    HANDLE saved = c->hPrinter;
-    c->hPrinter = nullptr;
-    EXPECT_EQ(read(c), -1);
-    c->hPrinter = saved;
-    Config_delete(c);
-}
-
 }  // namespace

@@ -159,6 +159,7 @@ TEST_F(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
     makePrinter(withVersion(), ", \"fontList\": {\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
                                    "\"Empty\": {\"type\": \"binary\", \"value\": \"\"}, " + dword("Numbered", 120) +
                                    ", \"Three\": \"C:/gone2.dp\"}");
+    const DWORD before = gTotalBytesAlloc;
     Config* config = Config_new(&devobj);
     ASSERT_NE(config, nullptr);
     EXPECT_EQ(config->fontCount, 5);  // the skipped value counts too
@@ -183,6 +184,7 @@ TEST_F(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
     EXPECT_EQ(testkit::countOf(log, "doesn't exist!"), 2u) << log;
     EXPECT_EQ(testkit::countOf(log, "DisplayErrorDlgVista(): 0x"), 1u) << log;
     Config_delete(config);
+    EXPECT_EQ(gTotalBytesAlloc, before) << "the list and the fonts loaded from it are released";
 }
 
 }  // namespace

@@ -100,15 +100,4 @@ TEST_F(Installer, AMissingOutputVersionAsksTheModelsLibraryOnce)
     }
 }
 
-TEST_F(ConfigTest, ReleaseReturnsEveryByte)
-{
-    makePrinter(withVersion(), ",\n  \"fontList\": { \"Arial\": \"C:\\\\f\\\\a.dp\", \"Times\": \"C:\\\\f\\\\t.dp\" }");
-    DWORD before = gTotalBytesAlloc;
-    Config* c = Config_new(&devobj);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->fontCount, 2);
-    Config_delete(c);
-    EXPECT_EQ(gTotalBytesAlloc, before);
-}
-
 }  // namespace

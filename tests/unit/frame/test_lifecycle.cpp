@@ -86,14 +86,4 @@ TEST_F(Device, EnableReadsTheLogLevelAndRenamesTheDevmode)
     plugin->DisablePDEV(&devobj);
 }
 
-TEST_F(Device, AMissingLogLevelLeavesTheLevelAndAFailedLookupUsesTheGivenName)
-{
-    devobj.hPrinter = reinterpret_cast<HANDLE>(0x1234);  // not a printer
-    gDebugLevel = 2;
-    ASSERT_EQ(enable(devobj, u"Given", functions), S_OK);
-    EXPECT_EQ(gDebugLevel, 2u);
-    EXPECT_EQ(px_wcscmp(static_cast<XPDV*>(devobj.pdevOEM)->szPrinterName, WSTR("Given")), 0);
-    plugin->DisablePDEV(&devobj);
-}
-
 }  // namespace

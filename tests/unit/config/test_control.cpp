@@ -1,7 +1,6 @@
 // The one-shot control string: the parser's rules and the read-and-erase cycle.
 #include "printer_fixture.h"
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -77,14 +76,6 @@ TEST(ControlString, ValueRules)
     c.Magnification = 3;
     c = parsed("NOWHITESPACEMAGNIFICATION=TRUE", c);
     EXPECT_EQ(c.Magnification, 3);
-}
-
-TEST(ControlString, NullAndEmptyTextsChangeNothing)
-{
-    Config c = defaults();
-    EXPECT_EQ(Config_parseControlString(&c, nullptr), 0);
-    Config d = parsed(",;,,;");
-    EXPECT_EQ(std::memcmp(&c, &d, sizeof c), 0);
 }
 
 class ControlFlags : public PrinterTest {

@@ -79,7 +79,6 @@ TEST_F(Installer, AMissingOutputVersionAsksTheModelsLibraryOnce)
         const char* placed;  // a library put in place before this case
         const char* calls;
     } cases[] = {
-        {"Pumex Pro", nullptr, ""},
         {"Quorvane Pro Ink", "qruxinpi.dll", "Embosser|5\n"},
         {"Pumex Pro", nullptr, ""},  // not the professional models' library
         {"Pumex Pro", "qruxprpi.dll", "Embosser|5\n"},

@@ -108,7 +108,6 @@ TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
     } cases[] = {
         {"binary", "\"BRIGHTNESS=40\"", "\"\"", 0, 40},
         {"sz", "\"BRIGHTNESS=40\"", "null", -2, 2},
-        {"dword", "7", "null", -2, 2},
     };
     for (const auto& [type, value, erased, result, brightness] : cases) {
         SCOPED_TRACE(type);

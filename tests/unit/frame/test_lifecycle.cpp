@@ -48,17 +48,21 @@ protected:
     std::vector<DRVFN> functions;
 };
 
-// The plug-in's table lists its hooks in row order; enabling a device finds
-// the driver's function for every row, and none where the driver has none.
-TEST_F(Device, TheHookTableAndTheDriversFunctionForEveryRow)
+// The plug-in's table lists its hooks in row order. Enabling a device finds
+// the driver's function for every row (none where the driver has none),
+// reads the log level from the printer, takes the spooler's name for the
+// printer rather than the one passed in, and renames the devmode, cut to fit.
+TEST_F(Device, EnableFindsTheDriversFunctionsTheLogLevelAndTheNames)
 {
     DRVENABLEDATA ded{};
     EXPECT_EQ(plugin->EnableDriver(0x00030000, sizeof ded, &ded), S_OK);
     EXPECT_EQ(ded.iDriverVersion, 0x00010000u);
     ASSERT_EQ(ded.c, 29u);
-    EXPECT_EQ(plugin->EnableDriver(0, 0, nullptr), E_FAIL);
+    px_wcscpy(devmode.dmDeviceName, CCHDEVICENAME, WSTR("Generic"));
+    const char16_t* name40 = u"An-embosser-name-of-forty-characters-xyz";
+    gDebugLevel = 0;
     std::vector<DRVFN> lacking = fake::functionList(INDEX_DrvPlgBlt);
-    ASSERT_EQ(enable(devobj, u"Embosser", lacking), S_OK);
+    ASSERT_EQ(enable(devobj, name40, lacking), S_OK);
     auto* pdv = static_cast<XPDV*>(devobj.pdevOEM);
     ASSERT_NE(pdv, nullptr);
     for (int row = 0; row < HOOK_COUNT; ++row) {
@@ -67,23 +71,11 @@ TEST_F(Device, TheHookTableAndTheDriversFunctionForEveryRow)
         EXPECT_EQ(pdv->pfnUnidrv[row], row == ROW_PlgBlt ? nullptr : functions[row].pfn) << "row " << row;
     }
     EXPECT_EQ(pdv->pUni, static_cast<IPrintOemDriverUni*>(&uni));
-    EXPECT_EQ(pdv->pConfig, nullptr);
-    EXPECT_EQ(pdv->PagCount, 0);
+    EXPECT_EQ(gDebugLevel, 1u);
+    EXPECT_EQ(px_wcscmp(pdv->szPrinterName, WSTR("Embosser")), 0);
+    EXPECT_EQ(std::u16string(devmode.dmDeviceName), std::u16string(name40).substr(0, 31));
     plugin->DisablePDEV(&devobj);
     EXPECT_EQ(devobj.pdevOEM, nullptr);
-}
-
-TEST_F(Device, EnableReadsTheLogLevelAndRenamesTheDevmode)
-{
-    px_wcscpy(devmode.dmDeviceName, CCHDEVICENAME, WSTR("Generic"));
-    const char16_t* name40 = u"An-embosser-name-of-forty-characters-xyz";
-    gDebugLevel = 0;
-    ASSERT_EQ(enable(devobj, name40, functions), S_OK);
-    EXPECT_EQ(gDebugLevel, 1u);
-    EXPECT_EQ(std::u16string(devmode.dmDeviceName), std::u16string(name40).substr(0, 31)) << "cut to fit";
-    // The record takes the spooler's name for the printer, not the one passed in.
-    EXPECT_EQ(px_wcscmp(static_cast<XPDV*>(devobj.pdevOEM)->szPrinterName, WSTR("Embosser")), 0);
-    plugin->DisablePDEV(&devobj);
 }
 
 }  // namespace

@@ -61,7 +61,6 @@ TEST_F(Geometry, ResolutionFactorAndPaperInPixelsAndCells)
     EXPECT_EQ(getResolutionFactor(&so), 5);
     devmode.dmPrintQuality = -4;  // DMRES_HIGH
     EXPECT_EQ(getResolutionFactor(&so), FALLBACK_RF);
-    EXPECT_EQ(getResolutionFactor(nullptr), FALLBACK_RF);
 }
 
 // A device mode for one lookup; unset members stay zero.

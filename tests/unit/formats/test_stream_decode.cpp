@@ -1,6 +1,6 @@
 // Reading embosser streams back: every body form, damaged streams named by page
-// and byte offset, bounds that follow what is read rather than what a header
-// claims, `pumex inspect`; and pages made by the plug-in's encoders read back.
+// and byte offset, the bounds on pages and pictures, `pumex inspect`; and
+// pages made by the plug-in's encoders read back.
 #include "../output/device_fixture.h"
 #include "output/stream.h"
 #include "stream_decode.h"
@@ -134,25 +134,6 @@ Bytes blankPages(size_t count, unsigned width, unsigned height)
             all.insert(all.end(), {0xC0, 0x01});
     }
     return all;
-}
-
-TEST(StreamBounds, KeptCellsFollowTheRowsReadWithinOneBudgetForTheStream)
-{
-    // Three pages of 1000 x 40 blank rows (80 bytes of rows each) against a budget of 100000 cells.
-    formats::DecodedStream s = decode(blankPages(3, 1000, 40), 3, 100000);
-    ASSERT_TRUE(s.ok) << s.problem.message;
-    std::vector<size_t> kept;
-    for (const formats::DecodedPage& p : s.pages)
-        kept.push_back(p.cellsKept ? p.cells.size() : 0);
-    EXPECT_EQ(kept, (std::vector<size_t>{40000, 40000, 0}));
-    EXPECT_EQ(s.pages[2].histogram[0], 40000u) << "pages past the budget are still counted";
-
-    // A wide page keeps the row it has; a header claiming 8000 x 8000 cells
-    // whose rows end after one is refused, nothing reserved for the claim.
-    formats::DecodedStream wide = decode(blankPages(1, 8000, 1));
-    ASSERT_TRUE(wide.ok);
-    EXPECT_LE(wide.pages[0].cells.capacity(), 16000u);
-    EXPECT_FALSE(decode(join({header(0x04, 8000, 8000), {0xC0, 0x01}})).ok);
 }
 
 TEST(StreamBounds, PagesOfNoWidthAndTooManyPagesEndTheReadingCleanly)

@@ -1,8 +1,11 @@
-// Files, folders and paths of the POSIX platform library.
+// Files, folders and paths of the POSIX platform library: opening, locking
+// and making folders fail for real, a read through the system-call table,
+// each with its Windows error.
 #include "testkit.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -47,6 +50,18 @@ TEST(Files, CreateAppendAndShareLikeWindows)
     EXPECT_EQ(SetFilePointer(h, 0, nullptr, FILE_END), 3u);
     EXPECT_TRUE(WriteFile(h, "de", 2, &written, nullptr) && CloseHandle(h));
     EXPECT_EQ(testkit::readFile(root.path() + "/drive_c/ProgramData/t.txt"), "abcde");
+    // A read made to fail in the system-call table fails the same way; the last
+    // error is seeded with a value no call sets, so a stale one cannot pass.
+    h = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    {
+        testkit::SyscallGuard guard;
+        guard->read = [](int, void*, size_t) -> ssize_t { return errno = EIO, -1; };
+        char byte = 0;
+        SetLastError(0xDEADBEEF);
+        EXPECT_FALSE(ReadFile(h, &byte, 1, &written, nullptr));
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_WRITE_FAULT);
+    }
+    CloseHandle(h);
     EXPECT_EQ(failure(GetFileAttributesA("C:\\nowhere") != INVALID_FILE_ATTRIBUTES), (DWORD)ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(failure(create("C:\\no\\such\\dir\\f") != INVALID_HANDLE_VALUE), (DWORD)ERROR_PATH_NOT_FOUND);
     EXPECT_TRUE(CreateDirectoryA("C:\\ProgramData\\Quorvane", nullptr)) << "one level at a time";

@@ -33,8 +33,6 @@ std::string TempRoot::logPath() const { return path_ + "/drive_c/ProgramData/Quo
 
 std::string TempRoot::log() const { return readFile(logPath()); }
 
-bool TempRoot::logExists() const { return fileExists(logPath()); }
-
 void TempRoot::writePrinter(const std::string& name, const std::string& json) const
 {
     writeFile(path_ + "/printers/" + name + ".json", json);

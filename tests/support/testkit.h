@@ -21,7 +21,6 @@ public:
     std::string logPath() const;
     // The log's bytes, or "" when there is no log file.
     std::string log() const;
-    bool logExists() const;
     // Writes printers/<name>.json with the given text.
     void writePrinter(const std::string& name, const std::string& json) const;
 

@@ -1,12 +1,15 @@
-// Page geometry: rf, the paper in pixels and cells, and how the paper is found.
+// The page: its geometry (rf, the paper in pixels and cells, how the paper is
+// found) and the text-marker page.
 #include "diag/diag.h"
 #include "device/xpdv.h"
 #include "page/geometry.h"
+#include "page/textpage.h"
 #include "printer_fixture.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -103,6 +106,23 @@ TEST_F(Geometry, LookupTakesExplicitSizeThenPaperListsThenForm)
     EXPECT_TRUE(GetPaperDimensionFromDevMode(printer, nullptr, &found));
     EXPECT_EQ(std::make_pair(found.width, found.length), std::make_pair(2101u, 2971u));
     EXPECT_FALSE(GetPaperDimensionFromDevMode(nullptr, &cases[0].dm, &found)) << "no printer";
+}
+
+// The text-marker page: layout, bounds-checked writes and pages too large to
+// make. (Its area maximum is checked against the plain largest byte in the
+// image cross-checks; running out of memory for a page, in the job fault sweeps.)
+TEST(TextPage, LayoutWritesOutsideAndPagesTooLargeToMake)
+{
+    std::unique_ptr<TextPage, void (*)(TextPage*)> page(TextPage_new(4, 4, TEXTPAGE_TYPE_ZERO), TextPage_delete);
+    ASSERT_NE(page, nullptr);
+    ASSERT_EQ(page->size, sizeof(TextPage) + 68u * 68u) << "64 rows and columns of slack";
+    for (auto xy : {std::pair<DWORD, DWORD>{4, 0}, {0, 4}, {0xFFFFFFFFu, 0}, {0, 0xFFFFFFFFu}, {0xFFFFFFFCu, 1}})
+        TextPage_setPixel(page.get(), xy.first, xy.second, 7);
+    EXPECT_EQ(std::vector<BYTE>(page->m_Image, page->m_Image + 68 * 68), std::vector<BYTE>(68 * 68, 0))
+        << "image and slack start at 0 and take no writes from outside the page";
+    EXPECT_EQ(TextPage_getMax(page.get(), 0xFFFFFFF0u, 0xFFFFFFF0u, 0x20, 0x20), 255) << "not wrapped to column 0";
+    EXPECT_EQ(TextPage_new(70000, 70000, TEXTPAGE_TYPE_ZERO), nullptr) << "too large for its 32-bit size";
+    EXPECT_EQ(TextPage_new(0xFFFFFFFFu, 1, TEXTPAGE_TYPE_ZERO), nullptr);
 }
 
 }  // namespace

@@ -36,8 +36,7 @@ TEST(Module, AScriptedDriverSessionThroughTheTwoExportsWritesTheExpectedLog)
         EXPECT_EQ(dlsym(handle, hidden), nullptr) << hidden;
 
     testkit::TempRoot root;
-    root.writePrinter("Pumex Embosser",
-                      testkit::printerJson("Pumex Embosser", "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}"));
+    root.writePrinter("Pumex Embosser", testkit::printerJson("Pumex Embosser", testkit::dword("DebugLevel", 1)));
     HANDLE printer = nullptr;
     std::u16string name = testkit::wide("Pumex Embosser");
     ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));

@@ -78,6 +78,11 @@ std::u16string wide(const std::string& s)
     return out;
 }
 
+std::string dword(const std::string& name, long long value)
+{
+    return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
+}
+
 std::string printerJson(const std::string& name, const std::string& configMembers)
 {
     return "{\n  \"name\": \"" + name + "\",\n  \"driver\": \"Pumex Pro\",\n  \"port\": \"FILE:\",\n" +

@@ -87,7 +87,8 @@ std::u16string wide(const std::string& s);
 size_t countOf(const std::string& text, const std::string& what);
 
 // A printer file with the given "Config" values (a JSON object's members, e.g.
-// "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}").
+// dword("DebugLevel", 1)), and one such member holding a dword.
 std::string printerJson(const std::string& name, const std::string& configMembers = "");
+std::string dword(const std::string& name, long long value);
 
 }  // namespace testkit

@@ -8,7 +8,6 @@
 #include <dlfcn.h>
 
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -24,39 +23,20 @@ BOOL APIENTRY driverLineTo(SURFOBJ*, CLIPOBJ*, BRUSHOBJ*, LONG, LONG, LONG, LONG
     return TRUE;
 }
 
-class Module : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        handle = dlopen(PUMEX_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-        ASSERT_NE(handle, nullptr) << dlerror();
-        getClassObject = reinterpret_cast<GetClassObjectFn>(dlsym(handle, "DllGetClassObject"));
-        canUnload = reinterpret_cast<CanUnloadFn>(dlsym(handle, "DllCanUnloadNow"));
-    }
-    void TearDown() override
-    {
-        if (handle)
-            dlclose(handle);
-    }
-    void* handle = nullptr;
-    GetClassObjectFn getClassObject = nullptr;
-    CanUnloadFn canUnload = nullptr;
-};
-
-TEST_F(Module, ExportsOnlyTheTwoEntryPoints)
+TEST(Module, AScriptedDriverSessionThroughTheTwoExportsWritesTheExpectedLog)
 {
-    ASSERT_NE(getClassObject, nullptr);
-    ASSERT_NE(canUnload, nullptr);
+    // The module exports its two entry points and nothing else.
+    void* handle = dlopen(PUMEX_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle, nullptr) << dlerror();
+    auto getClassObject = reinterpret_cast<GetClassObjectFn>(dlsym(handle, "DllGetClassObject"));
+    auto canUnload = reinterpret_cast<CanUnloadFn>(dlsym(handle, "DllCanUnloadNow"));
+    ASSERT_TRUE(getClassObject && canUnload);
     for (const char* hidden : {"OEMEnablePDEV", "LogMessage", "mymalloc", "gDebugLevel", "hrOEMDevMode",
                                "_Z13OEMEnablePDEVP6DEVOBJPDsP13DRVENABLEDATAP18IPrintOemDriverUni"})
         EXPECT_EQ(dlsym(handle, hidden), nullptr) << hidden;
-}
 
-TEST_F(Module, AScriptedDriverSessionWritesTheExpectedLog)
-{
     testkit::TempRoot root;
-    root.writePrinter("Pumex Embosser",
-                      testkit::printerJson("Pumex Embosser", "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}"));
+    root.writePrinter("Pumex Embosser", testkit::printerJson("Pumex Embosser", testkit::dword("DebugLevel", 1)));
     HANDLE printer = nullptr;
     std::u16string name = testkit::wide("Pumex Embosser");
     ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name.c_str()), &printer, nullptr));
@@ -135,6 +115,7 @@ TEST_F(Module, AScriptedDriverSessionWritesTheExpectedLog)
               px_low32(&devobj), record, px_low32(&dmParam), px_low32(&devobj), px_low32(&devobj),
               px_low32(plugin), px_low32(&devobj), px_low32(plugin), px_low32(plugin));
     EXPECT_EQ(root.log(), expected);
+    dlclose(handle);
 }
 
 }  // namespace

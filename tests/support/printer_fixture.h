@@ -41,10 +41,7 @@ protected:
     {
         return "\"OutputVersion\": {\"type\": \"dword\", \"value\": 3}" + (members.empty() ? "" : ", " + members);
     }
-    static std::string dword(const std::string& name, long long value)
-    {
-        return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
-    }
+    static std::string dword(const std::string& name, long long value) { return testkit::dword(name, value); }
     static std::string binary(const std::string& name, const std::string& hex)
     {
         return "\"" + name + "\": {\"type\": \"binary\", \"value\": {\"hex\": \"" + hex + "\"}}";

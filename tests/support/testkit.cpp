@@ -33,8 +33,6 @@ std::string TempRoot::logPath() const { return path_ + "/drive_c/ProgramData/Quo
 
 std::string TempRoot::log() const { return readFile(logPath()); }
 
-bool TempRoot::logExists() const { return fileExists(logPath()); }
-
 void TempRoot::writePrinter(const std::string& name, const std::string& json) const
 {
     writeFile(path_ + "/printers/" + name + ".json", json);
@@ -78,6 +76,11 @@ std::u16string wide(const std::string& s)
     std::u16string out(s.size() + 1, u'\0');
     out.resize(px_utf8_to_wide(&out[0], out.size(), s.c_str()));
     return out;
+}
+
+std::string dword(const std::string& name, long long value)
+{
+    return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
 }
 
 std::string printerJson(const std::string& name, const std::string& configMembers)

@@ -21,7 +21,6 @@ public:
     std::string logPath() const;
     // The log's bytes, or "" when there is no log file.
     std::string log() const;
-    bool logExists() const;
     // Writes printers/<name>.json with the given text.
     void writePrinter(const std::string& name, const std::string& json) const;
 
@@ -88,7 +87,8 @@ std::u16string wide(const std::string& s);
 size_t countOf(const std::string& text, const std::string& what);
 
 // A printer file with the given "Config" values (a JSON object's members, e.g.
-// "\"DebugLevel\": {\"type\": \"dword\", \"value\": 1}").
+// dword("DebugLevel", 1)), and one such member holding a dword.
 std::string printerJson(const std::string& name, const std::string& configMembers = "");
+std::string dword(const std::string& name, long long value);
 
 }  // namespace testkit

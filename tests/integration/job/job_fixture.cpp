@@ -5,11 +5,6 @@
 
 namespace jobtest {
 
-std::string dword(const std::string& name, int value)
-{
-    return "\"" + name + "\": {\"type\": \"dword\", \"value\": " + std::to_string(value) + "}";
-}
-
 uint8_t greyForDot(int dot)
 {
     // Lightness is the grey level itself; dot values step every 36 levels

@@ -14,8 +14,7 @@
 
 namespace jobtest {
 
-// A "Config" member of the printer file holding a dword.
-std::string dword(const std::string& name, int value);
+using testkit::dword;  // a "Config" member of the printer file holding a dword
 
 // The dot value a page of the test documents is filled with: page k (from 1)
 // is a grey that tone mapping with brightness and contrast 0 turns into dot

@@ -98,11 +98,9 @@ protected:
     unsigned counts[(int)Call::Count] = {};
 };
 
-TEST_F(FaultSweep, EveryCallOfADocumentFailingInTurn) { sweep(jobtest::greyDocument(2, 1, true, 10)); }
-
-// A control string rewrites the printer file (sync, rename, and the removal
-// of the temporary file when that fails) and asks for a preview, which starts
-// the viewer.
+// A document whose control string rewrites the printer file (sync, rename,
+// and the removal of the temporary file when that fails) and asks for a
+// preview, which starts the viewer; the document's own calls are among them.
 TEST_F(FaultSweep, EveryCallOfAPreviewByControlStringFailingInTurn)
 {
     printer(R"("ControlFlags": {"type": "binary", "value": "PREVIEW=1"})");

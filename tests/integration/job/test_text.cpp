@@ -163,7 +163,7 @@ TEST_F(Text, BandsOfAnyHeightGiveTheCellsOfTheWholePage)
     host::JobSpec job = page(6, 40, {text("AB AB", "DejaVu Sans Mono", 90, 100, 20),
                                      text("Serif", "DejaVu Serif", 20, 130, 30, kEmboss),
                                      jobtest::rect(30, 160, 200, 230, jobtest::greyForDot(3)),
-                                     host::LineOp{10, 61, 230, 61, 3, {0, 0, 0}},
+                                     host::LineOp{10, 61, 230, 61, 1, {0, 0, 0}},  // drawn by LineTo
                                      host::LineOp{151, 10, 151, 230, 3, {0, 0, 0}}});
     for (bool landscape : {false, true}) {
         job.devmode.landscape = landscape;

@@ -20,9 +20,7 @@ namespace {
 std::string bytes(const std::vector<int>& values) { return std::string(values.begin(), values.end()); }
 
 // The smallest complete font: "AB", one glyph A with dot 1 of a 6-dot cell.
-const std::string kExample = bytes({0x44, 0x50, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1F, 0x00, 0x01, 0x03, 0x02,
-                                    0x00, 0x00, 0x04, 0x41, 0x00, 0x42, 0x00, 0x00, 0x41, 0x03, 0x02, 0x00, 0x00, 0x00,
-                                    0x40, 0x00, 0x00});
+const std::string kExample("DP\0\0\0\0\0\0\0\x1F\0\x01\x03\x02\0\0\x04" "A\0B\0" "\0A\x03\x02\0\0\0\x40\0\0", 31);
 
 // A header up to and with the name: "DP", 4 ignored bytes, a file size of 0, the glyph
 // count, maxima 3 and 2, 2 ignored bytes, the name's length and bytes.
@@ -159,6 +157,7 @@ TEST_F(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
     makePrinter(withVersion(), ", \"fontList\": {\"One\": \"" + root.path() + "/one.dp\", \"Two\": \"C:/gone1.dp\", " +
                                    "\"Empty\": {\"type\": \"binary\", \"value\": \"\"}, " + dword("Numbered", 120) +
                                    ", \"Three\": \"C:/gone2.dp\"}");
+    const DWORD before = gTotalBytesAlloc;
     Config* config = Config_new(&devobj);
     ASSERT_NE(config, nullptr);
     EXPECT_EQ(config->fontCount, 5);  // the skipped value counts too
@@ -183,6 +182,7 @@ TEST_F(FontList, FacesFindTheirFontsAndMissingFilesGetOneDialog)
     EXPECT_EQ(testkit::countOf(log, "doesn't exist!"), 2u) << log;
     EXPECT_EQ(testkit::countOf(log, "DisplayErrorDlgVista(): 0x"), 1u) << log;
     Config_delete(config);
+    EXPECT_EQ(gTotalBytesAlloc, before) << "the list and the fonts loaded from it are released";
 }
 
 }  // namespace

@@ -79,7 +79,6 @@ TEST_F(Installer, AMissingOutputVersionAsksTheModelsLibraryOnce)
         const char* placed;  // a library put in place before this case
         const char* calls;
     } cases[] = {
-        {"Pumex Pro", nullptr, ""},
         {"Quorvane Pro Ink", "qruxinpi.dll", "Embosser|5\n"},
         {"Pumex Pro", nullptr, ""},  // not the professional models' library
         {"Pumex Pro", "qruxprpi.dll", "Embosser|5\n"},
@@ -98,17 +97,6 @@ TEST_F(Installer, AMissingOutputVersionAsksTheModelsLibraryOnce)
         ClosePrinter(printer);
         printer = nullptr;
     }
-}
-
-TEST_F(ConfigTest, ReleaseReturnsEveryByte)
-{
-    makePrinter(withVersion(), ",\n  \"fontList\": { \"Arial\": \"C:\\\\f\\\\a.dp\", \"Times\": \"C:\\\\f\\\\t.dp\" }");
-    DWORD before = gTotalBytesAlloc;
-    Config* c = Config_new(&devobj);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->fontCount, 2);
-    Config_delete(c);
-    EXPECT_EQ(gTotalBytesAlloc, before);
 }
 
 }  // namespace

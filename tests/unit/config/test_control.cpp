@@ -1,7 +1,6 @@
 // The one-shot control string: the parser's rules and the read-and-erase cycle.
 #include "printer_fixture.h"
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -79,14 +78,6 @@ TEST(ControlString, ValueRules)
     EXPECT_EQ(c.Magnification, 3);
 }
 
-TEST(ControlString, NullAndEmptyTextsChangeNothing)
-{
-    Config c = defaults();
-    EXPECT_EQ(Config_parseControlString(&c, nullptr), 0);
-    Config d = parsed(",;,,;");
-    EXPECT_EQ(std::memcmp(&c, &d, sizeof c), 0);
-}
-
 class ControlFlags : public PrinterTest {
 protected:
     Config* newConfig()
@@ -117,7 +108,6 @@ TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
     } cases[] = {
         {"binary", "\"BRIGHTNESS=40\"", "\"\"", 0, 40},
         {"sz", "\"BRIGHTNESS=40\"", "null", -2, 2},
-        {"dword", "7", "null", -2, 2},
     };
     for (const auto& [type, value, erased, result, brightness] : cases) {
         SCOPED_TRACE(type);
@@ -138,19 +128,6 @@ TEST_F(ControlFlags, AppliedToTheNextDocumentOnlyAndLeftEmpty)
         ClosePrinter(printer);
         printer = nullptr;
     }
-}
-
-// (A missing value is the typical job's path.)
-TEST_F(ControlFlags, AMissingPrinterAppliesNothing)
-{
-    makePrinter(withVersion());
-    Config* c = newConfig();
-    EXPECT_EQ(Config_readControlFlags(c, u"No Such Printer"), (LONG)ERROR_INVALID_PRINTER_NAME);
-    HANDLE saved = c->hPrinter;
-    c->hPrinter = nullptr;
-    EXPECT_EQ(read(c), -1);
-    c->hPrinter = saved;
-    Config_delete(c);
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // The files pumex reads and writes, met with what people actually hand it:
 // folders, devices, the input named again as the output, empty and endless
 // inputs. Nothing a user has is destroyed, and the status says whose fault
-// it is (1: the input, 2: the command line or the environment).
+// it is (1: the input, 2: the command line or the environment). And a
+// picture printed end to end.
+#include "png_image.h"
 #include "testkit.h"
 
 #include <gtest/gtest.h>
@@ -130,6 +132,23 @@ TEST_F(PumexFiles, BadCommandLinesAreStatusTwo)
     expectRefusal(pumex(root, "print " + quoted(job) + " --copies 2"), 2, "apply to pictures");
     EXPECT_EQ(pumex(root, "print " + quoted(job) + " --quality 0").status, 2);
     EXPECT_EQ(pumex(root, "").status, 2);
+}
+
+// Printing a picture, what most users do first, on the build's system root:
+// one embossed page in OUT, and nothing on stderr when the output is piped.
+TEST_F(PumexFiles, APictureBecomesOneEmbossedPageQuietlyWhenPiped)
+{
+    host::Picture picture;
+    picture.width = 40, picture.height = 30;
+    picture.rgb.assign(40 * 30 * 3, 90);
+    const std::string png = root.path() + "/pic.png", out = root.path() + "/out.prn";
+    std::string error;
+    ASSERT_TRUE(host::writePng(png, picture, error)) << error;
+    Ran got = pumex(root, "print " + quoted(png) + " -o " + quoted(out) + " --quality 100 --copies 2");
+    EXPECT_EQ(got.status, 0) << got.err;
+    EXPECT_EQ(got.err, "");
+    EXPECT_NE(got.out.find("pages:    1\n"), std::string::npos) << got.out;
+    EXPECT_GT(fs::file_size(out), 16u);
 }
 
 }  // namespace

@@ -12,17 +12,16 @@ Calls& calls()
 
 namespace {
 
-// One driver function of the signature Fn: records its row and first
-// argument and answers the chosen value.
+// One driver function of the signature Fn: records its row and answers the
+// chosen value.
 template <int Row, typename Fn>
 struct Function;
 
 template <int Row, typename R, typename First, typename... Rest>
 struct Function<Row, R (*)(First, Rest...)> {
-    static R call(First first, Rest...)
+    static R call(First, Rest...)
     {
         calls().rows.push_back(Row);
-        calls().firstArg = (void*)first;
         if constexpr (std::is_pointer_v<R>)
             return reinterpret_cast<R>((ULONG_PTR)calls().ulongResult);
         else if constexpr (std::is_same_v<R, BOOL>)

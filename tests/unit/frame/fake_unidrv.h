@@ -15,7 +15,6 @@ namespace fake {
 // What the fake driver functions saw and what they answer.
 struct Calls {
     std::vector<int> rows;  // hook rows, in call order
-    void* firstArg = nullptr;
     BOOL boolResult = TRUE;
     ULONG ulongResult = 0;
 };

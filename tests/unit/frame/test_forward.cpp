@@ -93,17 +93,13 @@ TEST_F(Forwarding, RowsWithoutADriverFunctionAnswerWithoutForwarding)
         hook.call(&surface, device());
         EXPECT_TRUE(fake::calls().rows.empty()) << hook.name;
     }
-    // Drawing calls fail; a surface without a device record is no crash either.
-    EXPECT_FALSE(OEMLineTo(&surface, nullptr, nullptr, 0, 0, 1, 1, nullptr, 0));
-    SURFOBJ orphan{};
-    EXPECT_FALSE(OEMPaint(&orphan, nullptr, nullptr, nullptr, 0));
-    EXPECT_FALSE(OEMPaint(nullptr, nullptr, nullptr, nullptr, 0));
-    EXPECT_EQ(OEMGetGlyphMode(nullptr, nullptr), (ULONG)FO_GLYPHBITS);
+    EXPECT_FALSE(OEMLineTo(&surface, nullptr, nullptr, 0, 0, 1, 1, nullptr, 0)) << "drawing calls fail";
 }
 
-// The dump's lines for sizes, clip rectangle, source point and the driver's
-// result (the other lines print the same way).
-TEST_F(Forwarding, BitBltDumpsItsParametersAtDetailLevelOnly)
+// The hooks' own log lines: StrokePath and QueryFontTree at message level,
+// BitBlt's dump at detail level only, checked by its lines for sizes, clip
+// rectangle, source point and the driver's result (the others print alike).
+TEST_F(Forwarding, HooksWriteTheirLogLinesAtTheirLevels)
 {
     testkit::TempRoot root;
     SURFOBJ source{};
@@ -111,30 +107,17 @@ TEST_F(Forwarding, BitBltDumpsItsParametersAtDetailLevelOnly)
     CLIPOBJ clip{};
     clip.rclBounds = {1, 2, 3, 4};
     clip.iDComplexity = DC_RECT;
-    POINTL from = {9, 10};
-    fake::calls().boolResult = FALSE;
-    for (DWORD level : {1u, 2u}) {
-        gDebugLevel = level;
-        EXPECT_FALSE(OEMBitBlt(&surface, &source, nullptr, &clip, nullptr, nullptr, &from, nullptr, nullptr, nullptr,
-                               0xCCAA));
-        EXPECT_EQ(root.logExists(), level == 2) << level;
-    }
-    const std::string log = root.log();
-    const char* lines[] = {"OEMBitBlt() entry.\r\n   rop4:  CCAA\r\n   psoTrg:  [640 X 480]\r\n",
-                           "   psoSrc:  [32 X 16]\r\n", "   pco:     [1, 2, 3, 4]: RECT \r\n",
-                           "   pptlSrc:  [9 X 10]\r\n", "\tresult of drvbitblt call is 0\n"};
-    for (const char* line : lines)
-        EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
-}
-
-TEST_F(Forwarding, StrokePathAndFontTreeLogAtMessageLevel)
-{
-    testkit::TempRoot root;
-    gDebugLevel = 1;
-    POINTL origin = {3, 4};
-    OEMStrokePath(&surface, nullptr, nullptr, nullptr, nullptr, &origin, nullptr, 0);
-    fake::calls().ulongResult = 0x1000;
+    POINTL from = {9, 10}, origin = {3, 4};
     ULONG_PTR id = 0x77;
+    fake::calls().boolResult = FALSE;
+    fake::calls().ulongResult = 0x1000;
+    auto bitBlt = [&] {
+        return OEMBitBlt(&surface, &source, nullptr, &clip, nullptr, nullptr, &from, nullptr, nullptr, nullptr, 0xCCAA);
+    };
+    gDebugLevel = 1;
+    EXPECT_FALSE(bitBlt());
+    EXPECT_EQ(root.log(), "") << "no dump at message level";
+    OEMStrokePath(&surface, nullptr, nullptr, nullptr, nullptr, &origin, nullptr, 0);
     EXPECT_EQ(OEMQueryFontTree(device(), 0x20, 7, 2, &id), (PVOID)0x1000);
     EXPECT_EQ(root.log(),
               "OEMStokePath()\n"
@@ -143,6 +126,14 @@ TEST_F(Forwarding, StrokePathAndFontTreeLogAtMessageLevel)
               "OEMQueryFontTree(): iFile=0x0000000000000020, iFace=7\n"
               "OEMQueryFontTree(): iMode=2\n"
               "OEMQueryFontTree(): pdft=0x0000000000001000, pid=0x0000000000000077\n");
+    gDebugLevel = 2;
+    EXPECT_FALSE(bitBlt());
+    const std::string log = root.log();
+    const char* lines[] = {"OEMBitBlt() entry.\r\n   rop4:  CCAA\r\n   psoTrg:  [640 X 480]\r\n",
+                           "   psoSrc:  [32 X 16]\r\n", "   pco:     [1, 2, 3, 4]: RECT \r\n",
+                           "   pptlSrc:  [9 X 10]\r\n", "\tresult of drvbitblt call is 0\n"};
+    for (const char* line : lines)
+        EXPECT_NE(log.find(line), std::string::npos) << line << "\n" << log;
 }
 
 }  // namespace

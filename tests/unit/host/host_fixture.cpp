@@ -33,19 +33,14 @@ std::string Folder::writePicture(const std::string& name, int width, int height)
     return path(name);
 }
 
-void attach(host::Surface& surface, host::HostDevice& device)
-{
-    surface.obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
-}
-
 std::unique_ptr<host::Surface> drawBand(const host::JobSpec& job, size_t page, POINT origin, int cx, int cy,
                                         SIZEL pageSize, host::PictureStore* pictures)
 {
     if (pageSize.cx == 0)
         pageSize = {cx, cy};
     auto surface = std::make_unique<host::Surface>(cx, cy, job.surface.format);
-    host::HostDevice device;
-    attach(*surface, device);
+    host::HostDevice device;  // the device the surface's drawing calls report to
+    surface->obj()->dhpdev = reinterpret_cast<DHPDEV>(static_cast<DEVOBJ*>(&device));
     host::PictureStore own(job);
     host::replayPage(host::DriverTable(), surface->obj(), job, page, {origin.x, origin.y}, pageSize,
                      pictures ? *pictures : own);

@@ -29,9 +29,6 @@ host::Rgb pictureColor(int i, int j);
 // The pixels of such a picture, rows top to bottom, three bytes a pixel.
 std::vector<uint8_t> pictureBytes(int width, int height);
 
-// Makes the device the one the surface's drawing calls report to.
-void attach(host::Surface& surface, host::HostDevice& device);
-
 // Draws one page of the job into a surface of cx x cy pixels whose top-left
 // is `origin` on the page (of pageSize; the surface's own size when not
 // given), through the host's own driver functions, with pictures from the

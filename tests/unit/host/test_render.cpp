@@ -1,6 +1,8 @@
-// The host's drawing on 24-bpp and 1-bpp surfaces: a page drawn band by band
-// equals the page drawn whole, and copies and fills reach exactly their pixels
-// and every pixel beside them stays as it was.
+// The host's drawing on 24-bpp and 1-bpp surfaces: copies and fills reach
+// exactly their pixels and every pixel beside them stays as it was, and the
+// host's own bands step over the page. (Pages given in bands against pages
+// given whole are the text job test's; pictures across bands, the picture
+// reader's.)
 #include "host_fixture.h"
 
 #include "cairo_render.h"
@@ -9,8 +11,6 @@
 
 namespace {
 
-using hosttest::drawBand;
-using hosttest::Folder;
 using host::Rgb;
 
 const Rgb kWhite{255, 255, 255}, kBlack{0, 0, 0};
@@ -25,42 +25,6 @@ int mismatches(const host::Surface& s, Fn expected)
             if (!(s.pixel(x, y) == expected(x, y)) && bad++ < 5)
                 ADD_FAILURE() << "pixel (" << x << ", " << y << ")";
     return bad;
-}
-
-// The same page whole and in bands of several heights, portrait and
-// landscape: every band pixel equals the page pixel under it.
-TEST(Render, BandsReplayedAtTheirOriginsGiveThePagePixels)
-{
-    Folder dir;
-    host::JobSpec job;
-    job.source = "job.json";
-    job.images.push_back({dir.writePicture("pic.png", 13, 9), 13, 9});
-    job.pages.push_back({{
-        host::RectOp{5, 5, 150, 90, {180, 180, 180}},
-        host::ImageOp{0, 20, 33, 13, 9},
-        host::ImageOp{0, 40, 70, 100, 57},  // stretched across several bands
-        host::LineOp{0, 0, 159, 119, 1, {0, 0, 0}},
-        host::LineOp{150, 10, 10, 110, 4, {10, 20, 30}},
-        host::RectOp{0, 99, 160, 101, {0, 0, 255}},
-    }});
-    for (auto format : {host::SurfaceFormat::Rgb24, host::SurfaceFormat::Mono1}) {
-        job.surface.format = format;
-        auto page = drawBand(job, 0, {0, 0}, 160, 120);
-        for (int band : {7, 32, 50}) {
-            for (int at = 0; at < 120; at += band) {  // portrait: bands down the page
-                auto s = drawBand(job, 0, {0, at}, 160, band, {160, 120});
-                EXPECT_EQ(mismatches(*s, [&](int x, int y) { return y + at < 120 ? page->pixel(x, y + at) : kWhite; }),
-                          0)
-                    << "band " << band << " at y " << at;
-            }
-            for (int at = 0; at < 160; at += band) {  // landscape: bands along x
-                auto s = drawBand(job, 0, {at, 0}, band, 120, {160, 120});
-                EXPECT_EQ(mismatches(*s, [&](int x, int y) { return x + at < 160 ? page->pixel(x + at, y) : kWhite; }),
-                          0)
-                    << "band " << band << " at x " << at;
-            }
-        }
-    }
 }
 
 // A surface whose every pixel differs from its neighbours (and, on 1 bpp,

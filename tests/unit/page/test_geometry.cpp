@@ -1,12 +1,15 @@
-// Page geometry: rf, the paper in pixels and cells, and how the paper is found.
+// The page: its geometry (rf, the paper in pixels and cells, how the paper is
+// found) and the text-marker page.
 #include "diag/diag.h"
 #include "device/xpdv.h"
 #include "page/geometry.h"
-#include "testkit.h"
+#include "page/textpage.h"
+#include "printer_fixture.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -21,24 +24,17 @@ const char* const kPrinterFile = R"({"name": "Pumex Embosser", "driver": "Pumex 
             {"name": "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345", "width": 100000, "length": 200000}]})";
 
 // The printer, and a device object, its record and a surface as the driver hands them to the hooks.
-class Geometry : public ::testing::Test {
+class Geometry : public PrinterTest {
 protected:
     void SetUp() override
     {
-        root.writePrinter("Pumex Embosser", kPrinterFile);
-        std::u16string name = testkit::wide("Pumex Embosser");
-        ASSERT_TRUE(OpenPrinterW(&name[0], &hPrinter, nullptr));
-        dm.dmSize = sizeof(DEVMODEW);
-        devobj.hPrinter = hPrinter, devobj.pdevOEM = pdv.get(), devobj.pPublicDM = &dm;
+        usePrinter("Pumex Embosser", kPrinterFile);
+        devmode.dmSize = sizeof(DEVMODEW);
+        devobj.pdevOEM = pdv.get();
         so.dhpdev = reinterpret_cast<DHPDEV>(&devobj);
     }
-    void TearDown() override { ClosePrinter(hPrinter); }
 
-    testkit::TempRoot root;
-    HANDLE hPrinter = nullptr;
-    DEVMODEW dm{};
     std::unique_ptr<XPDV> pdv = std::make_unique<XPDV>();
-    DEVOBJ devobj{};
     SURFOBJ so{};
 };
 
@@ -55,8 +51,8 @@ TEST_F(Geometry, ResolutionFactorAndPaperInPixelsAndCells)
         {DM_PAPERSIZE, 77, 2100, 2970, 100, 100, 5, 850, 1100, 170, 220},     // unknown paper, no form: Letter
     };
     for (const Case& c : cases) {
-        dm.dmFields = c.fields, dm.dmPaperSize = c.paperSize, dm.dmPaperWidth = c.width, dm.dmPaperLength = c.length;
-        dm.dmPrintQuality = c.quality, dm.dmYResolution = c.yResolution;
+        devmode.dmFields = c.fields, devmode.dmPaperSize = c.paperSize, devmode.dmPaperWidth = c.width;
+        devmode.dmPaperLength = c.length, devmode.dmPrintQuality = c.quality, devmode.dmYResolution = c.yResolution;
         ASSERT_TRUE(InitPaperSize(&so)) << "row " << &c - cases;
         EXPECT_EQ((std::vector<INT>{pdv->rf, pdv->gdiPaperWidth, pdv->gdiPaperHeight, pdv->embossPageWidth,
                                     pdv->embossPageHeight}),
@@ -64,11 +60,10 @@ TEST_F(Geometry, ResolutionFactorAndPaperInPixelsAndCells)
             << "row " << &c - cases;
     }
     // rf is the print quality over 20, truncated; 0 (the DMRES_ codes among them) falls back.
-    dm.dmPrintQuality = 119;
+    devmode.dmPrintQuality = 119;
     EXPECT_EQ(getResolutionFactor(&so), 5);
-    dm.dmPrintQuality = -4;  // DMRES_HIGH
+    devmode.dmPrintQuality = -4;  // DMRES_HIGH
     EXPECT_EQ(getResolutionFactor(&so), FALLBACK_RF);
-    EXPECT_EQ(getResolutionFactor(nullptr), FALLBACK_RF);
 }
 
 // A device mode for one lookup; unset members stay zero.
@@ -92,7 +87,8 @@ TEST_F(Geometry, LookupTakesExplicitSizeThenPaperListsThenForm)
     } cases[] = {
         {"explicit size", devMode(DM_PAPERWIDTH | DM_PAPERLENGTH | DM_PAPERSIZE, 1, 1000, 2000, u""), 1000, 2000},
         {"paper id listed twice: the last entry", devMode(DM_PAPERSIZE, 9, 0, 0, u""), 2101, 2971},
-        {"unknown paper id, then the form", devMode(DM_PAPERSIZE | DM_FORMNAME, 77, 0, 0, u"A4"), 2100, 2970},
+        {"unknown paper id, then the form, named in any case", devMode(DM_PAPERSIZE | DM_FORMNAME, 77, 0, 0, u"a4"),
+         2100, 2970},
         {"form sizes truncate to tenths", devMode(DM_FORMNAME, 0, 0, 0, u"Odd"), 1234, 987},
         {"unknown form", devMode(DM_FORMNAME, 0, 0, 0, u"Tabloid"), 0, 0},
         {"form name filling its whole array", devMode(DM_FORMNAME, 0, 0, 0, u"ABCDEFGHIJKLMNOPQRSTUVWXYZ012345+more"),
@@ -101,15 +97,32 @@ TEST_F(Geometry, LookupTakesExplicitSizeThenPaperListsThenForm)
     for (const auto& c : cases) {
         PaperDimension found = {0, 0};
         DWORD before = gTotalBytesAlloc;
-        EXPECT_EQ(GetPaperDimensionFromDevMode(hPrinter, &c.dm, &found), c.width != 0) << c.what;
+        EXPECT_EQ(GetPaperDimensionFromDevMode(printer, &c.dm, &found), c.width != 0) << c.what;
         EXPECT_EQ(gTotalBytesAlloc, before) << c.what << ": every buffer is released";
         EXPECT_EQ(std::make_pair(found.width, found.length), std::make_pair(c.width, c.length)) << c.what;
     }
     // Without a device mode the printer's own names its first paper, id 9, whose last entry counts.
     PaperDimension found = {0, 0};
-    EXPECT_TRUE(GetPaperDimensionFromDevMode(hPrinter, nullptr, &found));
+    EXPECT_TRUE(GetPaperDimensionFromDevMode(printer, nullptr, &found));
     EXPECT_EQ(std::make_pair(found.width, found.length), std::make_pair(2101u, 2971u));
     EXPECT_FALSE(GetPaperDimensionFromDevMode(nullptr, &cases[0].dm, &found)) << "no printer";
+}
+
+// The text-marker page: layout, bounds-checked writes and pages too large to
+// make. (Its area maximum is checked against the plain largest byte in the
+// image cross-checks; running out of memory for a page, in the job fault sweeps.)
+TEST(TextPage, LayoutWritesOutsideAndPagesTooLargeToMake)
+{
+    std::unique_ptr<TextPage, void (*)(TextPage*)> page(TextPage_new(4, 4, TEXTPAGE_TYPE_ZERO), TextPage_delete);
+    ASSERT_NE(page, nullptr);
+    ASSERT_EQ(page->size, sizeof(TextPage) + 68u * 68u) << "64 rows and columns of slack";
+    for (auto xy : {std::pair<DWORD, DWORD>{4, 0}, {0, 4}, {0xFFFFFFFFu, 0}, {0, 0xFFFFFFFFu}, {0xFFFFFFFCu, 1}})
+        TextPage_setPixel(page.get(), xy.first, xy.second, 7);
+    EXPECT_EQ(std::vector<BYTE>(page->m_Image, page->m_Image + 68 * 68), std::vector<BYTE>(68 * 68, 0))
+        << "image and slack start at 0 and take no writes from outside the page";
+    EXPECT_EQ(TextPage_getMax(page.get(), 0xFFFFFFF0u, 0xFFFFFFF0u, 0x20, 0x20), 255) << "not wrapped to column 0";
+    EXPECT_EQ(TextPage_new(70000, 70000, TEXTPAGE_TYPE_ZERO), nullptr) << "too large for its 32-bit size";
+    EXPECT_EQ(TextPage_new(0xFFFFFFFFu, 1, TEXTPAGE_TYPE_ZERO), nullptr);
 }
 
 }  // namespace

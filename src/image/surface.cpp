@@ -30,8 +30,9 @@ const PixelColor kItalicColour = {200, 200, 200};
 // Brightness range of a pixel: red + green + blue.
 const DWORD kBrightest = 765;
 
-// Rows of a cell up to this many pixels are summed a pixel at a time (most
-// cells are 5 to 30 pixels a side), longer ones a run of one colour at a time.
+// Rows of a cell up to this many pixels may be summed a pixel at a time
+// (most cells are 5 to 30 pixels a side), longer ones a run of one colour at
+// a time.
 const DWORD kShortRow = 64;
 
 // The bitmap's size; a negative size counts as none, so no read or write can
@@ -123,7 +124,11 @@ struct CellSums {
     // smooth pictures are mostly runs; noise costs one comparison more per pixel.
     bool addRow24(BYTE* p, DWORD count)
     {
-        if (count <= kShortRow && addPixels24(p, count))
+        // A short row whose first two pixels differ is summed a pixel at a
+        // time; one whose first pixels repeat, as in smooth pictures and
+        // shapes, is likelier to be a few runs.
+        bool repeatsAtOnce = count >= 2 && p[3] == p[0] && p[4] == p[1] && p[5] == p[2];
+        if (count <= kShortRow && !repeatsAtOnce && addPixels24(p, count))
             return false;
         bool inked = false;
         uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;

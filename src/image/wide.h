@@ -76,6 +76,28 @@ inline size_t firstDifference(const BYTE* a, const BYTE* b, size_t n)
     return firstDifferenceFrom(a, b, 0, n);
 }
 
+// Whether all sixteen bytes of v are zero.
+inline bool isZero(__m128i v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) == 0xFFFF; }
+
+// Whether the sixteen-byte differences diff(i) of n bytes (n at least 16) are
+// all zero: or-ed together, with a look every sixty-four bytes, so that long
+// stretches which differ early (a scan line against another) stop there; the
+// last sixteen overlap the ones before.
+template <typename Diff>
+inline bool noDifference(size_t n, Diff diff)
+{
+    __m128i any = _mm_setzero_si128();
+    size_t i = 0;
+    for (; i + 64 <= n; i += 64) {
+        any = _mm_or_si128(_mm_or_si128(diff(i), diff(i + 16)), _mm_or_si128(diff(i + 32), diff(i + 48)));
+        if (!isZero(any))
+            return false;
+    }
+    for (; i + 16 <= n; i += 16)
+        any = _mm_or_si128(any, diff(i));
+    return isZero(_mm_or_si128(any, diff(n - 16)));
+}
+
 // Whether the n bytes at a and b are the same.
 inline bool same(const BYTE* a, const BYTE* b, size_t n)
 {
@@ -84,22 +106,7 @@ inline bool same(const BYTE* a, const BYTE* b, size_t n)
             return memcmp(a, b, n) == 0;
         return ((load8(a) ^ load8(b)) | (load8(a + n - 8) ^ load8(b + n - 8))) == 0;
     }
-    // Sixty-four bytes between looks, so that long stretches which differ
-    // early (a scan line against another) stop there.
-    __m128i diff = _mm_setzero_si128();
-    size_t i = 0;
-    for (; i + 64 <= n; i += 64) {
-        diff = _mm_or_si128(_mm_or_si128(_mm_xor_si128(load16(a + i), load16(b + i)),
-                                         _mm_xor_si128(load16(a + i + 16), load16(b + i + 16))),
-                            _mm_or_si128(_mm_xor_si128(load16(a + i + 32), load16(b + i + 32)),
-                                         _mm_xor_si128(load16(a + i + 48), load16(b + i + 48))));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) != 0xFFFF)
-            return false;
-    }
-    for (; i + 16 <= n; i += 16)
-        diff = _mm_or_si128(diff, _mm_xor_si128(load16(a + i), load16(b + i)));
-    diff = _mm_or_si128(diff, _mm_xor_si128(load16(a + n - 16), load16(b + n - 16)));
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF;
+    return noDifference(n, [a, b](size_t i) { return _mm_xor_si128(load16(a + i), load16(b + i)); });
 }
 
 // Whether the n bytes at p all hold value.
@@ -112,18 +119,7 @@ inline bool allEqualTo(const BYTE* p, size_t n, BYTE value)
         return true;
     }
     const __m128i v = _mm_set1_epi8((char)value);
-    __m128i diff = _mm_setzero_si128();
-    size_t i = 0;
-    for (; i + 64 <= n; i += 64) {  // as in same: a look every sixty-four bytes
-        diff = _mm_or_si128(_mm_or_si128(_mm_xor_si128(load16(p + i), v), _mm_xor_si128(load16(p + i + 16), v)),
-                            _mm_or_si128(_mm_xor_si128(load16(p + i + 32), v), _mm_xor_si128(load16(p + i + 48), v)));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) != 0xFFFF)
-            return false;
-    }
-    for (; i + 16 <= n; i += 16)
-        diff = _mm_or_si128(diff, _mm_xor_si128(load16(p + i), v));
-    diff = _mm_or_si128(diff, _mm_xor_si128(load16(p + n - 16), v));
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF;
+    return noDifference(n, [p, v](size_t i) { return _mm_xor_si128(load16(p + i), v); });
 }
 
 #else

@@ -41,10 +41,12 @@ DWORD widthOf(const SURFOBJ* pso) { return pso->sizlBitmap.cx > 0 ? (DWORD)pso->
 DWORD heightOf(const SURFOBJ* pso) { return pso->sizlBitmap.cy > 0 ? (DWORD)pso->sizlBitmap.cy : 0; }
 
 // The ink colour in either byte order.
-inline bool isInk(const PixelColor& c)
+inline bool isInk(uint32_t red, uint32_t green, uint32_t blue)
 {
-    return c.green == 6 && ((c.red == 5 && c.blue == 7) || (c.red == 7 && c.blue == 5));
+    return green == 6 && ((red == 5 && blue == 7) || (red == 7 && blue == 5));
 }
+
+inline bool isInk(const PixelColor& c) { return isInk(c.red, c.green, c.blue); }
 
 // The configuration's ThinLineIntensity, reached through the surface's device;
 // a surface without a device record or configuration takes the default, 1.
@@ -101,7 +103,7 @@ struct CellSums {
         bool ink = false;
         for (const BYTE* q = p; q < p + (size_t)count * 3; q += 3) {
             uint32_t r = q[0], g = q[1], b = q[2], bright = r + g + b;
-            ink |= g == 6 && (r ^ b) == 2 && (r == 5 || r == 7);  // (5, 6, 7) or (7, 6, 5)
+            ink |= isInk(r, g, b);
             lo = bright < lo ? bright : lo;
             hi = bright > hi ? bright : hi;
             rowS += bright;
@@ -141,7 +143,7 @@ struct CellSums {
                                 ? at + 3
                                 : runEndBytes24(p, at + 6, bytes) / 3 * 3;
             uint64_t copies = (runEnd - at) / 3;
-            if (q[1] == 6 && ((q[0] == 5 && q[2] == 7) || (q[0] == 7 && q[2] == 5))) {
+            if (isInk(q[0], q[1], q[2])) {
                 memset(q, 0xFF, runEnd - at);  // ink
                 inked = true;
             }

@@ -369,28 +369,28 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         // the same sums: strokes, edges and smooth pictures repeat rows, and
         // each run of equal rows is added once, times its length.
         CellSums row;
-        uint64_t times = 0;
+        uint64_t times = 0;  // rows equal to row so far
+        auto addRows = [&]() {
+            if (times > 0) {
+                row.repeat(times);
+                sums.merge(row);
+            }
+        };
         const BYTE* above = nullptr;
         size_t bytes = (size_t)(x1 - x0) * 3;
         for (DWORD y = y0; y < y1; ++y) {
             BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
-            if (times > 0 && sameBytes(p, above, bytes)) {
+            if (above && sameBytes(p, above, bytes)) {
                 ++times;
             } else {
-                if (times > 0) {
-                    row.repeat(times);
-                    sums.merge(row);
-                }
+                addRows();
                 row = CellSums();
                 row.addRow24(p, x1 - x0);
                 times = 1;
             }
             above = p;
         }
-        if (times > 0) {
-            row.repeat(times);
-            sums.merge(row);
-        }
+        addRows();
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {

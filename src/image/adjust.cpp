@@ -672,10 +672,12 @@ struct ColumnSweep {
             PixelColor colour = {(BYTE)c, (BYTE)(c >> 8), (BYTE)(c >> 16)};
             for (DWORD first = 0; first < cells->across; first += kCellsAtOnce) {
                 DWORD count = cells->across - first < kCellsAtOnce ? cells->across - first : kCellsAtOnce;
-                if (plain)
+                if (plain) {
                     getPlainCellColours(cells->markers, first * rf, top, rf, count, &colour, row + first);
-                else
+                } else {
                     getCellColours(pso, cells->markers, first * rf, top, rf, count, row + first);
+                    unchangedRow = 0;  // its ink painted white: not the line the row pass left
+                }
             }
         }
     }
@@ -916,9 +918,8 @@ bool shiftRow24(BYTE* line, DWORD n, DWORD rf)
 // one run, which stays: longer than a cell, or within the first. A 24-bpp
 // line the same as the line above, which the pass left as it was, stays as
 // it is too: the row pass reads nothing but the line. unchangedRow is y + 1
-// when line y was left so, 0 when no line is known to be; the sampling of a
-// cell row may paint ink white in the lines before the next, so a cell row's
-// first line is never taken for the one above it.
+// when line y was left so and nothing has painted it since, 0 when no line
+// is known to be.
 void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE* plainLines, DWORD& unchangedRow)
 {
     ULONG format = pso->iBitmapFormat;
@@ -929,7 +930,7 @@ void shiftRows(SURFOBJ* pso, DWORD cx, DWORD y0, DWORD y1, DWORD rf, const BYTE*
             // one run, which stays
         } else if (format == BMF_24BPP && cx > 0) {
             size_t bytes = (size_t)cx * 3;
-            if (unchangedRow != y || y % rf == 0 || !sameBytes(line, scanLine(pso, y - 1), bytes))
+            if (y == 0 || unchangedRow != y || !sameBytes(line, scanLine(pso, y - 1), bytes))
                 unchanged = !shiftRow24(line, cx, rf);
         } else if (rowMayShift(line, cx, rf, format)) {
             shiftLine(ScanLineRow{line, format}, cx, rf);

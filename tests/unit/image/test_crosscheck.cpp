@@ -3,7 +3,6 @@
 #include "reference.h"
 
 #include "image/adjust.h"
-#include "image/wide.h"
 #include "job/job.h"
 #include "page/textpage.h"
 
@@ -384,25 +383,3 @@ TEST(CrossCheck, MarkerMaximumMatchesThePlainLargestByte)
 }
 
 }  // namespace
-
-// The byte comparisons every fast path stands on, against memcmp and a plain
-// loop: stretches of every length up to a few vectors, equal or differing in
-// one byte anywhere, at any alignment.
-TEST(CrossCheck, ByteComparisonsMatchThePlainLoop)
-{
-    RandomSurfaces random(3);
-    std::vector<BYTE> a(400), b(400);
-    for (int round = 0; round < 20000; ++round) {
-        size_t n = (size_t)random.below(300), offset = (size_t)random.below(17);
-        BYTE value = random.below(2) ? 255 : (BYTE)random.below(256);
-        std::fill(a.begin(), a.end(), value);
-        std::fill(b.begin(), b.end(), value);
-        size_t where = n > 0 && random.below(4) ? (size_t)random.below((int)n) : n;
-        if (where < n)
-            b[offset + where] = (BYTE)(value + 1 + random.below(255));
-        const BYTE *p = a.data() + offset, *q = b.data() + offset;
-        ASSERT_EQ(wide::same(p, q, n), memcmp(p, q, n) == 0) << "round " << round << ", " << n << " bytes";
-        ASSERT_EQ(wide::firstDifference(p, q, n), where) << "round " << round << ", " << n << " bytes";
-        ASSERT_EQ(wide::allEqualTo(q, n, value), where == n) << "round " << round << ", " << n << " bytes";
-    }
-}

@@ -57,6 +57,117 @@ DWORD thinLineIntensity(const SURFOBJ* pso)
     return pdv && pdv->pConfig ? pdv->pConfig->ThinLineIntensity : 1;
 }
 
+// The sums of a small cell (at most kShortRow pixels a side), as CellSums
+// keeps them: 32 bits hold them, 765 x 255 x kShortRow x kShortRow
+// being below 2^32.
+struct ShortSums {
+    uint32_t c[3] = {0, 0, 0};   // of each component
+    uint32_t sc[3] = {0, 0, 0};  // of each component times the pixel's brightness
+    DWORD lo = kBrightest, hi = 0;
+};
+
+#if PUMEX_WIDE_SSE2
+
+// Those sums eight bytes of a row at a time, in 16-bit lanes: lane j of
+// the step at byte o holds byte o + j, and the lanes whose byte begins a
+// pixel (o + j a multiple of three) hold, in the three vectors read from o,
+// o + 1 and o + 2, that pixel's red, green and blue. The other lanes are
+// masked out. Rows are added one after another and the lanes totalled once,
+// at the end. A pixel whose green is 6 may be ink, which the vector sums do
+// not tell apart: maybeInk says one was met.
+class VectorSums {
+public:
+    // The count pixels from p; readable is how many bytes from p on may be
+    // read, for the steps read a few past the row.
+    void add(const BYTE* p, DWORD count, size_t readable)
+    {
+        const size_t bytes = (size_t)count * 3;
+        alignas(16) BYTE copy[kShortRow * 3 + 16];
+        if (readable < bytes + 10) {
+            // The last step reads ten bytes from its start: a row too near
+            // the end of what may be read is summed from a copy.
+            memset(copy, 0, sizeof copy);
+            memcpy(copy, p, bytes);
+            p = copy;
+        }
+        size_t o = 0;
+        int phase = 0;  // o % 3
+        for (; o + 8 <= bytes; o += 8, phase = phase == 0 ? 2 : phase - 1)
+            step(p + o, lanes(phase));
+        if (o < bytes) {
+            const __m128i index = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+            step(p + o, _mm_and_si128(_mm_cmplt_epi16(index, _mm_set1_epi16((short)(bytes - o))), lanes(phase)));
+        }
+    }
+
+    bool maybeInk() const { return !wide::isZero(ink_); }
+
+    ShortSums totals() const
+    {
+        ShortSums sums;
+        for (int i = 0; i < 3; ++i) {
+            sums.c[i] = total32(c_[i]);
+            sums.sc[i] = total32(sc_[i]);
+        }
+        __m128i lo = _mm_min_epi16(lo_, _mm_shuffle_epi32(lo_, 0x4E));
+        lo = _mm_min_epi16(lo, _mm_shuffle_epi32(lo, 0xB1));
+        lo = _mm_min_epi16(lo, _mm_shufflelo_epi16(lo, 0xB1));
+        __m128i hi = _mm_max_epi16(hi_, _mm_shuffle_epi32(hi_, 0x4E));
+        hi = _mm_max_epi16(hi, _mm_shuffle_epi32(hi, 0xB1));
+        hi = _mm_max_epi16(hi, _mm_shufflelo_epi16(hi, 0xB1));
+        sums.lo = (DWORD)(_mm_cvtsi128_si32(lo) & 0xFFFF);
+        sums.hi = (DWORD)(_mm_cvtsi128_si32(hi) & 0xFFFF);
+        return sums;
+    }
+
+private:
+    const __m128i zero_ = _mm_setzero_si128(), top_ = _mm_set1_epi16(0x7FFF);
+    __m128i c_[3] = {zero_, zero_, zero_}, sc_[3] = {zero_, zero_, zero_};
+    __m128i lo_ = top_, hi_ = zero_, ink_ = zero_;
+
+    // The lanes that begin a pixel, in a step that begins phase bytes into one.
+    static __m128i lanes(int phase)
+    {
+        alignas(16) static const int16_t kPixelLanes[3][8] = {
+            {-1, 0, 0, -1, 0, 0, -1, 0},
+            {0, 0, -1, 0, 0, -1, 0, 0},
+            {0, -1, 0, 0, -1, 0, 0, -1},
+        };
+        return _mm_load_si128(reinterpret_cast<const __m128i*>(kPixelLanes[phase]));
+    }
+
+    static uint32_t total32(__m128i v)
+    {
+        v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4E));
+        v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
+        return (uint32_t)_mm_cvtsi128_si32(v);
+    }
+
+    static __m128i bytesAt(const BYTE* q)
+    {
+        return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)), _mm_setzero_si128());
+    }
+
+    void step(const BYTE* q, __m128i lanes)
+    {
+        const __m128i one = _mm_set1_epi16(1), six = _mm_set1_epi16(6);
+        __m128i r = bytesAt(q), g = bytesAt(q + 1), b = bytesAt(q + 2);
+        __m128i bright = _mm_and_si128(_mm_add_epi16(_mm_add_epi16(r, g), b), lanes);
+        __m128i ones = _mm_and_si128(lanes, one);
+        c_[0] = _mm_add_epi32(c_[0], _mm_madd_epi16(r, ones));
+        c_[1] = _mm_add_epi32(c_[1], _mm_madd_epi16(g, ones));
+        c_[2] = _mm_add_epi32(c_[2], _mm_madd_epi16(b, ones));
+        sc_[0] = _mm_add_epi32(sc_[0], _mm_madd_epi16(r, bright));
+        sc_[1] = _mm_add_epi32(sc_[1], _mm_madd_epi16(g, bright));
+        sc_[2] = _mm_add_epi32(sc_[2], _mm_madd_epi16(b, bright));
+        lo_ = _mm_min_epi16(lo_, _mm_or_si128(bright, _mm_andnot_si128(lanes, top_)));
+        hi_ = _mm_max_epi16(hi_, bright);
+        ink_ = _mm_or_si128(ink_, _mm_and_si128(_mm_cmpeq_epi16(g, six), lanes));
+    }
+};
+
+#endif
+
 // Sums over a cell, enough to give the weighted mean in one pass: with s a
 // pixel's brightness and c one of its components, the weight
 // k (max - s) + (s - min) makes
@@ -120,6 +231,14 @@ struct CellSums {
         return true;
     }
 
+    // Sums of count pixels taken as ShortSums, the last of them just before end.
+    void addShort(uint64_t count, const ShortSums& sums, const BYTE* end)
+    {
+        addTotals(count, sums.lo < minS ? sums.lo : minS, sums.hi > maxS ? sums.hi : maxS,
+                  (uint64_t)sums.c[0] + sums.c[1] + sums.c[2], sums.c[0], sums.c[1], sums.c[2], sums.sc[0], sums.sc[1],
+                  sums.sc[2], end);
+    }
+
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
     // met: the same sums as add for each, a run of one colour at once, with
     // the running totals kept in registers for the row. Shapes, strokes and
@@ -165,7 +284,7 @@ struct CellSums {
 
     // A row's totals, as addPixels24 and addRow24 sum them, added to the
     // cell's: count pixels, the last of them just before end.
-    void addTotals(DWORD count, DWORD lo, DWORD hi, uint64_t rowS, uint64_t r, uint64_t g, uint64_t b, uint64_t sr,
+    void addTotals(uint64_t count, DWORD lo, DWORD hi, uint64_t rowS, uint64_t r, uint64_t g, uint64_t b, uint64_t sr,
                    uint64_t sg, uint64_t sb, const BYTE* end)
     {
         minS = lo;
@@ -281,6 +400,37 @@ bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD lines)
     return true;
 }
 
+// A small 24-bpp cell of grain, as in a scanned or compressed photograph,
+// added to sums in one go, when it holds no ink: its rows seldom repeat or
+// run, and are summed eight bytes at a time with no look at either. False,
+// with nothing added, for any other cell.
+bool grainyCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWORD cx, CellSums& sums)
+{
+#if PUMEX_WIDE_SSE2
+    DWORD width = x1 - x0, height = y1 - y0;
+    if (width < 2 || width > kShortRow || height < 2 || height > kShortRow)
+        return false;
+    // Grain changes colour at every pixel, along the row and down the cell:
+    // the top-left pixel against the ones right of it and below it tells
+    // grain from runs and repeated rows, which the row sums pass faster.
+    const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
+    const BYTE* below = scanLine(pso, y0 + 1) + (size_t)x0 * 3;
+    auto same = [](const BYTE* a, const BYTE* b) { return a[0] == b[0] && a[1] == b[1] && a[2] == b[2]; };
+    if (same(first, first + 3) || same(first, below))
+        return false;
+    VectorSums vector;
+    for (DWORD y = y0; y < y1; ++y)
+        vector.add(scanLine(pso, y) + (size_t)x0 * 3, width, (size_t)(cx - x0) * 3);
+    if (vector.maybeInk())
+        return false;
+    sums.addShort((uint64_t)width * height, vector.totals(), scanLine(pso, y1 - 1) + (size_t)x1 * 3);
+    return true;
+#else
+    (void)pso, (void)x0, (void)y0, (void)x1, (void)y1, (void)cx, (void)sums;
+    return false;
+#endif
+}
+
 }  // namespace
 
 // Reads one pixel as a colour triple.
@@ -364,6 +514,8 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         for (DWORD y = y0; y < y1; ++y)
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
+    } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0 && grainyCell24(pso, x0, y0, x1, y1, cx, sums)) {
+        // summed at once
     } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
         // A row the same as the one above it (its ink already painted) adds
         // the same sums: strokes, edges and smooth pictures repeat rows, and

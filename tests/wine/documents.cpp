@@ -52,13 +52,18 @@ const Document kDocuments[] = {
 const SHORT kPaperWidth = 2159, kPaperLength = 2794;
 
 // The grey a page shows at a page pixel: a ramp from black to white across
-// the top quarter, and a black square whose place moves with the page number.
+// the top quarter, a patch of grain below its left end, as a scanned
+// photograph has, and a black square whose place moves with the page number.
 BYTE pageGrey(const Document& doc, int page, LONG x, LONG y, LONG width, LONG height)
 {
     if (x >= width || y >= height)
         return 255;
     if (y < height / 4)
         return (BYTE)(255 * x / width);
+    if (y < height / 3 && x < width / 4) {
+        uint32_t grain = (uint32_t)x * 2654435761u ^ (uint32_t)y * 40503u;
+        return (BYTE)(grain >> 13);
+    }
     LONG side = doc.dpi, left = side / 2 + page * side / 2, top = height / 2;
     return x >= left && x < left + side && y >= top && y < top + side ? 0 : 255;
 }

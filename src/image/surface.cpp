@@ -282,8 +282,8 @@ struct CellSums {
         return inked;
     }
 
-    // A row's totals, as addPixels24 and addRow24 sum them, added to the
-    // cell's: count pixels, the last of them just before end.
+    // Totals of count pixels, a row's as addPixels24 and addRow24 sum them or
+    // a small cell's, added to the cell's: the last pixel is just before end.
     void addTotals(uint64_t count, DWORD lo, DWORD hi, uint64_t rowS, uint64_t r, uint64_t g, uint64_t b, uint64_t sr,
                    uint64_t sg, uint64_t sb, const BYTE* end)
     {

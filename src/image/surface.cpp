@@ -57,9 +57,9 @@ DWORD thinLineIntensity(const SURFOBJ* pso)
     return pdv && pdv->pConfig ? pdv->pConfig->ThinLineIntensity : 1;
 }
 
-// The sums of a small cell (at most kShortRow pixels a side), as CellSums
-// keeps them: 32 bits hold them, 765 x 255 x kShortRow x kShortRow
-// being below 2^32.
+// The sums of a short row or a small cell (at most kShortRow pixels a side),
+// as CellSums keeps them: 32 bits hold them, 765 x 255 x kShortRow x
+// kShortRow being below 2^32.
 struct ShortSums {
     uint32_t c[3] = {0, 0, 0};   // of each component
     uint32_t sc[3] = {0, 0, 0};  // of each component times the pixel's brightness
@@ -173,11 +173,11 @@ private:
 // k (max - s) + (s - min) makes
 //   sum(w c) = k (max sum(c) - sum(s c)) + (sum(s c) - min sum(c))
 //   sum(w)   = k (n max - sum(s))       + (sum(s) - n min).
-// Every sum here stays below 765 x 255 x n, so 64 bits hold them for any cell
-// below 2^46 pixels; k is applied once per cell in 128 bits.
+// sum(s) is that of the three sum(c). Every sum here stays below
+// 765 x 255 x n, so 64 bits hold them for any cell below 2^46 pixels; k is
+// applied once per cell in 128 bits.
 struct CellSums {
     uint64_t n = 0;
-    uint64_t s = 0;
     uint64_t c[3] = {0, 0, 0};
     uint64_t sc[3] = {0, 0, 0};
     DWORD minS = kBrightest;
@@ -192,7 +192,6 @@ struct CellSums {
         if (bright > maxS)
             maxS = bright;
         n += 1;
-        s += bright;
         c[0] += p.red;
         c[1] += p.green;
         c[2] += p.blue;
@@ -208,35 +207,31 @@ struct CellSums {
     // with nothing added, when one of them is ink, which addRow24 paints.
     bool addPixels24(const BYTE* p, DWORD count)
     {
-        // 32 bits hold a row's sums: 765 x 255 x kShortRow is below 2^32.
-        uint32_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
-        DWORD lo = minS, hi = maxS;
+        ShortSums row;
         bool ink = false;
         for (const BYTE* q = p; q < p + (size_t)count * 3; q += 3) {
             uint32_t r = q[0], g = q[1], b = q[2], bright = r + g + b;
             ink |= isInk(r, g, b);
-            lo = bright < lo ? bright : lo;
-            hi = bright > hi ? bright : hi;
-            rowS += bright;
-            c0 += r;
-            c1 += g;
-            c2 += b;
-            sc0 += bright * r;
-            sc1 += bright * g;
-            sc2 += bright * b;
+            row.lo = bright < row.lo ? bright : row.lo;
+            row.hi = bright > row.hi ? bright : row.hi;
+            row.c[0] += r;
+            row.c[1] += g;
+            row.c[2] += b;
+            row.sc[0] += bright * r;
+            row.sc[1] += bright * g;
+            row.sc[2] += bright * b;
         }
         if (ink)
             return false;
-        addTotals(count, lo, hi, rowS, c0, c1, c2, sc0, sc1, sc2, p + (size_t)count * 3);
+        addShort(count, row, p + (size_t)count * 3);
         return true;
     }
 
     // Sums of count pixels taken as ShortSums, the last of them just before end.
     void addShort(uint64_t count, const ShortSums& sums, const BYTE* end)
     {
-        addTotals(count, sums.lo < minS ? sums.lo : minS, sums.hi > maxS ? sums.hi : maxS,
-                  (uint64_t)sums.c[0] + sums.c[1] + sums.c[2], sums.c[0], sums.c[1], sums.c[2], sums.sc[0], sums.sc[1],
-                  sums.sc[2], end);
+        addTotals(count, sums.lo < minS ? sums.lo : minS, sums.hi > maxS ? sums.hi : maxS, sums.c[0], sums.c[1],
+                  sums.c[2], sums.sc[0], sums.sc[1], sums.sc[2], end);
     }
 
     // The count pixels of a 24-bpp scan line from p, ink painted white as it is
@@ -252,7 +247,7 @@ struct CellSums {
         if (count <= kShortRow && !repeatsAtOnce && addPixels24(p, count))
             return false;
         bool inked = false;
-        uint64_t rowS = 0, c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
+        uint64_t c0 = 0, c1 = 0, c2 = 0, sc0 = 0, sc1 = 0, sc2 = 0;
         DWORD lo = minS, hi = maxS;
         const size_t bytes = (size_t)count * 3;
         size_t at = 0;
@@ -269,7 +264,6 @@ struct CellSums {
             DWORD r = q[0], g = q[1], b = q[2], bright = r + g + b;
             lo = bright < lo ? bright : lo;
             hi = bright > hi ? bright : hi;
-            rowS += bright * copies;
             c0 += r * copies;
             c1 += g * copies;
             c2 += b * copies;
@@ -278,19 +272,18 @@ struct CellSums {
             sc2 += bright * b * copies;
             at = runEnd;
         }
-        addTotals(count, lo, hi, rowS, c0, c1, c2, sc0, sc1, sc2, p + bytes);
+        addTotals(count, lo, hi, c0, c1, c2, sc0, sc1, sc2, p + bytes);
         return inked;
     }
 
     // Totals of count pixels, a row's as addPixels24 and addRow24 sum them or
     // a small cell's, added to the cell's: the last pixel is just before end.
-    void addTotals(uint64_t count, DWORD lo, DWORD hi, uint64_t rowS, uint64_t r, uint64_t g, uint64_t b, uint64_t sr,
-                   uint64_t sg, uint64_t sb, const BYTE* end)
+    void addTotals(uint64_t count, DWORD lo, DWORD hi, uint64_t r, uint64_t g, uint64_t b, uint64_t sr, uint64_t sg,
+                   uint64_t sb, const BYTE* end)
     {
         minS = lo;
         maxS = hi;
         n += count;
-        s += rowS;
         c[0] += r;
         c[1] += g;
         c[2] += b;
@@ -304,7 +297,6 @@ struct CellSums {
     void merge(const CellSums& other)
     {
         n += other.n;
-        s += other.s;
         for (int i = 0; i < 3; ++i) {
             c[i] += other.c[i];
             sc[i] += other.sc[i];
@@ -318,7 +310,6 @@ struct CellSums {
     void repeat(uint64_t times)
     {
         n *= times;
-        s *= times;
         for (int i = 0; i < 3; ++i) {
             c[i] *= times;
             sc[i] *= times;
@@ -332,8 +323,9 @@ __extension__ typedef unsigned __int128 Wide;
 // truncated; the last pixel when all weights are zero.
 PixelColor weightedMean(const CellSums& sums, uint64_t k)
 {
-    Wide lightWeights = sums.n * sums.maxS - sums.s;  // sum(max - s)
-    Wide darkWeights = sums.s - sums.n * sums.minS;   // sum(s - min)
+    uint64_t brightness = sums.c[0] + sums.c[1] + sums.c[2];  // sum(s)
+    Wide lightWeights = sums.n * sums.maxS - brightness;       // sum(max - s)
+    Wide darkWeights = brightness - sums.n * sums.minS;        // sum(s - min)
     Wide total = (Wide)k * lightWeights + darkWeights;
     if (total == 0)
         return sums.last;

@@ -48,6 +48,9 @@ inline bool isInk(uint32_t red, uint32_t green, uint32_t blue)
 
 inline bool isInk(const PixelColor& c) { return isInk(c.red, c.green, c.blue); }
 
+// Whether the 24-bpp pixels at a and b are the same colour.
+inline bool samePixel24(const BYTE* a, const BYTE* b) { return a[0] == b[0] && a[1] == b[1] && a[2] == b[2]; }
+
 // The configuration's ThinLineIntensity, reached through the surface's device;
 // a surface without a device record or configuration takes the default, 1.
 DWORD thinLineIntensity(const SURFOBJ* pso)
@@ -243,7 +246,7 @@ struct CellSums {
         // A short row whose first two pixels differ is summed a pixel at a
         // time; one whose first pixels repeat, as in smooth pictures and
         // shapes, is likelier to be a few runs.
-        bool repeatsAtOnce = count >= 2 && p[3] == p[0] && p[4] == p[1] && p[5] == p[2];
+        bool repeatsAtOnce = count >= 2 && samePixel24(p, p + 3);
         if (count <= kShortRow && !repeatsAtOnce && addPixels24(p, count))
             return false;
         bool inked = false;
@@ -253,7 +256,7 @@ struct CellSums {
         size_t at = 0;
         while (at < bytes) {
             BYTE* q = p + at;
-            size_t runEnd = at + 3 == bytes || q[3] != q[0] || q[4] != q[1] || q[5] != q[2]
+            size_t runEnd = at + 3 == bytes || !samePixel24(q, q + 3)
                                 ? at + 3
                                 : runEndBytes24(p, at + 6, bytes) / 3 * 3;
             uint64_t copies = (runEnd - at) / 3;
@@ -407,8 +410,7 @@ bool grainyCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DW
     // grain from runs and repeated rows, which the row sums pass faster.
     const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
     const BYTE* below = scanLine(pso, y0 + 1) + (size_t)x0 * 3;
-    auto same = [](const BYTE* a, const BYTE* b) { return a[0] == b[0] && a[1] == b[1] && a[2] == b[2]; };
-    if (same(first, first + 3) || same(first, below))
+    if (samePixel24(first, first + 3) || samePixel24(first, below))
         return false;
     VectorSums vector;
     for (DWORD y = y0; y < y1; ++y)

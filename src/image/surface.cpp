@@ -80,27 +80,15 @@ struct ShortSums {
 // not tell apart: maybeInk says one was met.
 class VectorSums {
 public:
-    // The count pixels from p; readable is how many bytes from p on may be
+    // The count pixels from p, times over (at most kShortRow: a row and the
+    // equal rows below it); readable is how many bytes from p on may be
     // read, for the steps read a few past the row.
-    void add(const BYTE* p, DWORD count, size_t readable)
+    void add(const BYTE* p, DWORD count, size_t readable, DWORD times)
     {
-        const size_t bytes = (size_t)count * 3;
-        alignas(16) BYTE copy[kShortRow * 3 + 16];
-        if (readable < bytes + 10) {
-            // The last step reads ten bytes from its start: a row too near
-            // the end of what may be read is summed from a copy.
-            memset(copy, 0, sizeof copy);
-            memcpy(copy, p, bytes);
-            p = copy;
-        }
-        size_t o = 0;
-        int phase = 0;  // o % 3
-        for (; o + 8 <= bytes; o += 8, phase = phase == 0 ? 2 : phase - 1)
-            step(p + o, lanes(phase));
-        if (o < bytes) {
-            const __m128i index = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
-            step(p + o, _mm_and_si128(_mm_cmplt_epi16(index, _mm_set1_epi16((short)(bytes - o))), lanes(phase)));
-        }
+        if (times == 1)
+            addRows<false>(p, count, readable, _mm_set1_epi16(1));
+        else
+            addRows<true>(p, count, readable, _mm_set1_epi16((short)times));
     }
 
     bool maybeInk() const { return !wide::isZero(ink_); }
@@ -151,21 +139,54 @@ private:
         return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)), _mm_setzero_si128());
     }
 
-    void step(const BYTE* q, __m128i lanes)
+    // add, with repeat holding times in every lane.
+    template <bool kRepeated>
+    void addRows(const BYTE* p, DWORD count, size_t readable, __m128i repeat)
     {
-        const __m128i one = _mm_set1_epi16(1), six = _mm_set1_epi16(6);
+        const size_t bytes = (size_t)count * 3;
+        alignas(16) BYTE copy[kShortRow * 3 + 16];
+        if (readable < bytes + 10) {
+            // The last step reads ten bytes from its start: a row too near
+            // the end of what may be read is summed from a copy.
+            memset(copy, 0, sizeof copy);
+            memcpy(copy, p, bytes);
+            p = copy;
+        }
+        size_t o = 0;
+        int phase = 0;  // o % 3
+        for (; o + 8 <= bytes; o += 8, phase = phase == 0 ? 2 : phase - 1)
+            step<kRepeated>(p + o, lanes(phase), repeat);
+        if (o < bytes) {
+            const __m128i index = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+            const __m128i inRow = _mm_cmplt_epi16(index, _mm_set1_epi16((short)(bytes - o)));
+            step<kRepeated>(p + o, _mm_and_si128(inRow, lanes(phase)), repeat);
+        }
+    }
+
+    // Each product fits its 16-bit lane: a component times the repeat is at
+    // most 255 x kShortRow, a brightness at most 765; and each 32-bit lane
+    // holds part of a sum below 2^31. A row added once needs no multiplying.
+    template <bool kRepeated>
+    void step(const BYTE* q, __m128i lanes, __m128i repeat)
+    {
+        const __m128i six = _mm_set1_epi16(6);
         __m128i r = bytesAt(q), g = bytesAt(q + 1), b = bytesAt(q + 2);
         __m128i bright = _mm_and_si128(_mm_add_epi16(_mm_add_epi16(r, g), b), lanes);
-        __m128i ones = _mm_and_si128(lanes, one);
-        c_[0] = _mm_add_epi32(c_[0], _mm_madd_epi16(r, ones));
-        c_[1] = _mm_add_epi32(c_[1], _mm_madd_epi16(g, ones));
-        c_[2] = _mm_add_epi32(c_[2], _mm_madd_epi16(b, ones));
-        sc_[0] = _mm_add_epi32(sc_[0], _mm_madd_epi16(r, bright));
-        sc_[1] = _mm_add_epi32(sc_[1], _mm_madd_epi16(g, bright));
-        sc_[2] = _mm_add_epi32(sc_[2], _mm_madd_epi16(b, bright));
         lo_ = _mm_min_epi16(lo_, _mm_or_si128(bright, _mm_andnot_si128(lanes, top_)));
         hi_ = _mm_max_epi16(hi_, bright);
         ink_ = _mm_or_si128(ink_, _mm_and_si128(_mm_cmpeq_epi16(g, six), lanes));
+        __m128i times = _mm_and_si128(lanes, repeat);
+        c_[0] = _mm_add_epi32(c_[0], _mm_madd_epi16(r, times));
+        c_[1] = _mm_add_epi32(c_[1], _mm_madd_epi16(g, times));
+        c_[2] = _mm_add_epi32(c_[2], _mm_madd_epi16(b, times));
+        if (kRepeated) {
+            r = _mm_mullo_epi16(r, repeat);
+            g = _mm_mullo_epi16(g, repeat);
+            b = _mm_mullo_epi16(b, repeat);
+        }
+        sc_[0] = _mm_add_epi32(sc_[0], _mm_madd_epi16(r, bright));
+        sc_[1] = _mm_add_epi32(sc_[1], _mm_madd_epi16(g, bright));
+        sc_[2] = _mm_add_epi32(sc_[2], _mm_madd_epi16(b, bright));
     }
 };
 
@@ -395,26 +416,37 @@ bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD lines)
     return true;
 }
 
-// A small 24-bpp cell of grain, as in a scanned or compressed photograph,
-// added to sums in one go, when it holds no ink: its rows seldom repeat or
-// run, and are summed eight bytes at a time with no look at either. False,
-// with nothing added, for any other cell.
-bool grainyCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWORD cx, CellSums& sums)
+// A small 24-bpp cell (at most kShortRow pixels a side) added to sums in
+// one go, when it holds no ink: its rows are summed eight bytes at a time,
+// each run of equal rows once, times its length. Strokes, edges and smooth
+// pictures repeat rows; grain, as in a scanned or compressed photograph,
+// changes colour at every pixel along the row and down the cell, and its
+// rows are not compared. False, with nothing added, for any other cell.
+bool smallCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWORD cx, CellSums& sums)
 {
 #if PUMEX_WIDE_SSE2
     DWORD width = x1 - x0, height = y1 - y0;
     if (width < 2 || width > kShortRow || height < 2 || height > kShortRow)
         return false;
-    // Grain changes colour at every pixel, along the row and down the cell:
-    // the top-left pixel against the ones right of it and below it tells
-    // grain from runs and repeated rows, which the row sums pass faster.
-    const BYTE* first = scanLine(pso, y0) + (size_t)x0 * 3;
+    // The top-left pixel against the ones right of it and below it tells
+    // grain from runs and repeated rows.
+    const BYTE* row = scanLine(pso, y0) + (size_t)x0 * 3;
     const BYTE* below = scanLine(pso, y0 + 1) + (size_t)x0 * 3;
-    if (samePixel24(first, first + 3) || samePixel24(first, below))
-        return false;
+    const bool grain = !samePixel24(row, row + 3) && !samePixel24(row, below);
+    const size_t bytes = (size_t)width * 3, readable = (size_t)(cx - x0) * 3;
     VectorSums vector;
-    for (DWORD y = y0; y < y1; ++y)
-        vector.add(scanLine(pso, y) + (size_t)x0 * 3, width, (size_t)(cx - x0) * 3);
+    DWORD times = 1;  // rows equal to row so far
+    for (DWORD y = y0 + 1; y < y1; ++y) {
+        const BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
+        if (!grain && sameBytes(p, row, bytes)) {
+            ++times;
+            continue;
+        }
+        vector.add(row, width, readable, times);
+        row = p;
+        times = 1;
+    }
+    vector.add(row, width, readable, times);
     if (vector.maybeInk())
         return false;
     sums.addShort((uint64_t)width * height, vector.totals(), scanLine(pso, y1 - 1) + (size_t)x1 * 3);
@@ -508,7 +540,7 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         for (DWORD y = y0; y < y1; ++y)
             for (DWORD x = x0; x < x1; ++x)
                 sums.add(kNoBits);
-    } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0 && grainyCell24(pso, x0, y0, x1, y1, cx, sums)) {
+    } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0 && smallCell24(pso, x0, y0, x1, y1, cx, sums)) {
         // summed at once
     } else if (pso->iBitmapFormat == BMF_24BPP && x1 > x0) {
         // A row the same as the one above it (its ink already painted) adds

@@ -232,6 +232,36 @@ TEST(CrossCheck, AreaColourMatchesOnUnevenAreasAndLargeCells)
     }
 }
 
+// Cells up to 70 pixels a side whose rows repeat in long runs, of the
+// brightest and darkest colours, where sums of repeated rows are largest;
+// a row differing here and there, and ink now and then.
+TEST(CrossCheck, AreaColourMatchesOnCellsOfLongRepeatedRows)
+{
+    RandomSurfaces random(64);
+    const PixelColor bright[] = {imagetest::kWhite, {254, 255, 255}, {255, 255, 254}, {0, 0, 0}, {255, 0, 255},
+                                 imagetest::kInk};
+    for (int round = 0; round < 600; ++round) {
+        LONG side = random.below(8) + 58 + (round % 3 == 0 ? 5 : 0);
+        Surface s(side, side, BMF_24BPP, random.below(5), random.below(2) == 0);
+        PixelColor row[80];
+        for (LONG y = 0; y < side; ++y) {
+            if (y == 0 || random.below(40) == 0)
+                for (LONG x = 0; x < side; ++x)
+                    row[x] = bright[random.below(round % 2 ? 5 : 6)];
+            for (LONG x = 0; x < side; ++x)
+                s.set(x, y, row[x]);
+        }
+        imagetest::Device device(random.below(2) ? 1 : 0xFFFFFFFFu, &s.so);
+        Copy expected(s);
+        PixelColor got, want;
+        DWORD factor = (DWORD)side - (DWORD)random.below(3);
+        reference::getAreaColor(&expected.so, 0, 0, factor, factor, &want, factor);
+        getAreaColor(&s.so, 0, 0, factor, factor, &got, factor);
+        ASSERT_EQ(got, want) << "round " << round << ", a cell of " << factor;
+        ASSERT_EQ(s.bits, expected.bits) << "round " << round;
+    }
+}
+
 // Rows of cells sampled together against cell-by-cell sampling, in the same
 // order: strips whose scan lines repeat (paper, vertical strokes, ink in
 // every line) as well as ordinary ones, rows starting anywhere and running

@@ -232,7 +232,7 @@ TEST(CrossCheck, AreaColourMatchesOnUnevenAreasAndLargeCells)
     }
 }
 
-// Cells up to 70 pixels a side whose rows repeat in long runs, of the
+// Cells up to 70 pixels high whose rows repeat in long runs, of the
 // brightest and darkest colours, where sums of repeated rows are largest;
 // a row differing here and there, and ink now and then.
 TEST(CrossCheck, AreaColourMatchesOnCellsOfLongRepeatedRows)
@@ -241,23 +241,25 @@ TEST(CrossCheck, AreaColourMatchesOnCellsOfLongRepeatedRows)
     const PixelColor bright[] = {imagetest::kWhite, {254, 255, 255}, {255, 255, 254}, {0, 0, 0}, {255, 0, 255},
                                  imagetest::kInk};
     for (int round = 0; round < 600; ++round) {
-        LONG side = random.below(8) + 58 + (round % 3 == 0 ? 5 : 0);
-        Surface s(side, side, BMF_24BPP, random.below(5), random.below(2) == 0);
+        LONG height = random.below(8) + 58 + (round % 3 == 0 ? 5 : 0);
+        LONG width = round % 4 ? random.below(15) + 2 : random.below(60) + 2;
+        Surface s(width + 2, height + 2, BMF_24BPP, random.below(5), random.below(2) == 0);
         PixelColor row[80];
-        for (LONG y = 0; y < side; ++y) {
+        for (LONG y = 0; y < height + 2; ++y) {
             if (y == 0 || random.below(40) == 0)
-                for (LONG x = 0; x < side; ++x)
+                for (LONG x = 0; x < width + 2; ++x)
                     row[x] = bright[random.below(round % 2 ? 5 : 6)];
-            for (LONG x = 0; x < side; ++x)
+            for (LONG x = 0; x < width + 2; ++x)
                 s.set(x, y, row[x]);
         }
         imagetest::Device device(random.below(2) ? 1 : 0xFFFFFFFFu, &s.so);
         Copy expected(s);
         PixelColor got, want;
-        DWORD factor = (DWORD)side - (DWORD)random.below(3);
-        reference::getAreaColor(&expected.so, 0, 0, factor, factor, &want, factor);
-        getAreaColor(&s.so, 0, 0, factor, factor, &got, factor);
-        ASSERT_EQ(got, want) << "round " << round << ", a cell of " << factor;
+        DWORD x0 = (DWORD)random.below(3), y0 = (DWORD)random.below(3);
+        DWORD x1 = x0 + (DWORD)width, y1 = y0 + (DWORD)height - (DWORD)random.below(3);
+        reference::getAreaColor(&expected.so, x0, y0, x1, y1, &want, (DWORD)height);
+        getAreaColor(&s.so, x0, y0, x1, y1, &got, (DWORD)height);
+        ASSERT_EQ(got, want) << "round " << round << ", a cell of " << width << " x " << y1 - y0;
         ASSERT_EQ(s.bits, expected.bits) << "round " << round;
     }
 }

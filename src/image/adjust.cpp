@@ -670,14 +670,14 @@ struct ColumnSweep {
             for (DWORD y = top; y < top + rf && plain; ++y)
                 plain = work.plainLines[y] == kPlain && pixel24(scanLine(pso, y), 0) == c;
             PixelColor colour = {(BYTE)c, (BYTE)(c >> 8), (BYTE)(c >> 16)};
+            if (!plain)
+                unchangedRow = 0;  // sampling paints its ink white: not the line the row pass left
             for (DWORD first = 0; first < cells->across; first += kCellsAtOnce) {
                 DWORD count = cells->across - first < kCellsAtOnce ? cells->across - first : kCellsAtOnce;
-                if (plain) {
+                if (plain)
                     getPlainCellColours(cells->markers, first * rf, top, rf, count, &colour, row + first);
-                } else {
+                else
                     getCellColours(pso, cells->markers, first * rf, top, rf, count, row + first);
-                    unchangedRow = 0;  // its ink painted white: not the line the row pass left
-                }
             }
         }
     }

@@ -420,6 +420,33 @@ bool sameCells(const SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD lines)
     return true;
 }
 
+// The runs of equal rows of the 24-bpp cell from (x0, y0), bytes wide, down
+// to scan line y1 - 1: begin(row) at each run's first row, before the rows
+// below are compared with it (a row whose ink begin paints white no longer
+// matches a row that still holds it), then end(times) with the run's length.
+// With compare false every row is a run of its own; a cell without rows has none.
+template <typename Begin, typename End>
+void forEachRowRun(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD y1, size_t bytes, bool compare, Begin begin, End end)
+{
+    if (y1 <= y0)
+        return;
+    BYTE* row = scanLine(pso, y0) + (size_t)x0 * 3;
+    begin(row);
+    DWORD times = 1;  // rows equal to row so far
+    for (DWORD y = y0 + 1; y < y1; ++y) {
+        BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
+        if (compare && sameBytes(p, row, bytes)) {
+            ++times;
+            continue;
+        }
+        end(times);
+        begin(p);
+        row = p;
+        times = 1;
+    }
+    end(times);
+}
+
 // A small 24-bpp cell (at most kShortRow pixels a side) added to sums in
 // one go, when it holds no ink: its rows are summed eight bytes at a time,
 // each run of equal rows once, times its length. Strokes, edges and smooth
@@ -441,20 +468,11 @@ bool smallCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWO
     const bool grain = !samePixel24(row, row + 3) && !samePixel24(row, below);
     if (!grain && width > kVectorRow)
         return false;
-    const size_t bytes = (size_t)width * 3, readable = (size_t)(cx - x0) * 3;
+    const size_t readable = (size_t)(cx - x0) * 3;
     VectorSums vector;
-    DWORD times = 1;  // rows equal to row so far
-    for (DWORD y = y0 + 1; y < y1; ++y) {
-        const BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
-        if (!grain && sameBytes(p, row, bytes)) {
-            ++times;
-            continue;
-        }
-        vector.add(row, width, readable, times);
-        row = p;
-        times = 1;
-    }
-    vector.add(row, width, readable, times);
+    forEachRowRun(
+        pso, x0, y0, y1, (size_t)width * 3, !grain, [&](const BYTE* first) { row = first; },
+        [&](DWORD times) { vector.add(row, width, readable, times); });
     if (vector.maybeInk())
         return false;
     sums.addShort((uint64_t)width * height, vector.totals(), scanLine(pso, y1 - 1) + (size_t)x1 * 3);
@@ -555,28 +573,16 @@ void getAreaColor(SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, PixelCol
         // the same sums: strokes, edges and smooth pictures repeat rows, and
         // each run of equal rows is added once, times its length.
         CellSums row;
-        uint64_t times = 0;  // rows equal to row so far
-        auto addRows = [&]() {
-            if (times > 0) {
+        forEachRowRun(
+            pso, x0, y0, y1, (size_t)(x1 - x0) * 3, true,
+            [&](BYTE* first) {
+                row = CellSums();
+                row.addRow24(first, x1 - x0);
+            },
+            [&](DWORD times) {
                 row.repeat(times);
                 sums.merge(row);
-            }
-        };
-        const BYTE* above = nullptr;
-        size_t bytes = (size_t)(x1 - x0) * 3;
-        for (DWORD y = y0; y < y1; ++y) {
-            BYTE* p = scanLine(pso, y) + (size_t)x0 * 3;
-            if (above && sameBytes(p, above, bytes)) {
-                ++times;
-            } else {
-                addRows();
-                row = CellSums();
-                row.addRow24(p, x1 - x0);
-                times = 1;
-            }
-            above = p;
-        }
-        addRows();
+            });
     } else {
         ULONG format = pso->iBitmapFormat;
         for (DWORD y = y0; y < y1; ++y) {

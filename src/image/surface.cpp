@@ -623,8 +623,10 @@ void getSampleRow(SURFOBJ* pso, DWORD x, DWORD y, DWORD factor, DWORD count, con
     inside = inside < count ? inside : count;
     BYTE* first = scanLine(pso, y) + (size_t)x * 3;
     size_t bytes = (size_t)inside * factor * 3;
-    bool repeats = true;
-    for (DWORD j = 1; j < factor && repeats; ++j)
+    // The last line first: a strip that changes down its cells, as a
+    // picture does, mostly ends different from how it began.
+    bool repeats = sameBytes(scanLine(pso, y + factor - 1) + (size_t)x * 3, first, bytes);
+    for (DWORD j = 1; j + 1 < factor && repeats; ++j)
         repeats = sameBytes(scanLine(pso, y + j) + (size_t)x * 3, first, bytes);
     uint64_t k = weightFactor(pso, factor);
     DWORD sampled = count;  // the cell before, when it was sampled here

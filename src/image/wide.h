@@ -100,7 +100,19 @@ inline bool noDifference(size_t n, Diff diff)
     return isZero(_mm_or_si128(any, diff(n - 16)));
 }
 
-// Whether the n bytes at a and b are the same.
+// The differences of the sixteen bytes at a + i and b + i: zero where they are the same.
+inline __m128i differenceAt(const BYTE* a, const BYTE* b, size_t i) { return _mm_xor_si128(load16(a + i), load16(b + i)); }
+
+// same for stretches longer than 96 bytes (scan lines, mostly), kept out of
+// line: they are compared a few times per line, not per cell.
+__attribute__((noinline)) inline bool sameLong(const BYTE* a, const BYTE* b, size_t n)
+{
+    return noDifference(n, [a, b](size_t i) { return differenceAt(a, b, i); });
+}
+
+// Whether the n bytes at a and b are the same. The rows of a cell, up to 96
+// bytes (32 pixels), are compared by the dozen for each cell: in one go,
+// without a look between the vectors, and written in where they are asked.
 inline bool same(const BYTE* a, const BYTE* b, size_t n)
 {
     if (n < 16) {
@@ -108,7 +120,12 @@ inline bool same(const BYTE* a, const BYTE* b, size_t n)
             return memcmp(a, b, n) == 0;
         return ((load8(a) ^ load8(b)) | (load8(a + n - 8) ^ load8(b + n - 8))) == 0;
     }
-    return noDifference(n, [a, b](size_t i) { return _mm_xor_si128(load16(a + i), load16(b + i)); });
+    if (n > 96)
+        return sameLong(a, b, n);
+    __m128i any = _mm_or_si128(differenceAt(a, b, 0), differenceAt(a, b, n - 16));
+    for (size_t i = 16; i + 16 < n; i += 16)
+        any = _mm_or_si128(any, differenceAt(a, b, i));
+    return isZero(any);
 }
 
 // Whether the n bytes at p all hold value.

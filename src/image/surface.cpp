@@ -463,16 +463,17 @@ bool smallCell24(const SURFOBJ* pso, DWORD x0, DWORD y0, DWORD x1, DWORD y1, DWO
         return false;
     // The top-left pixel against the ones right of it and below it tells
     // grain from runs and repeated rows.
-    const BYTE* row = scanLine(pso, y0) + (size_t)x0 * 3;
+    const BYTE* topLeft = scanLine(pso, y0) + (size_t)x0 * 3;
     const BYTE* below = scanLine(pso, y0 + 1) + (size_t)x0 * 3;
-    const bool grain = !samePixel24(row, row + 3) && !samePixel24(row, below);
+    const bool grain = !samePixel24(topLeft, topLeft + 3) && !samePixel24(topLeft, below);
     if (!grain && width > kVectorRow)
         return false;
     const size_t readable = (size_t)(cx - x0) * 3;
     VectorSums vector;
+    const BYTE* runRow = nullptr;  // the first row of the run of equal rows being walked
     forEachRowRun(
-        pso, x0, y0, y1, (size_t)width * 3, !grain, [&](const BYTE* first) { row = first; },
-        [&](DWORD times) { vector.add(row, width, readable, times); });
+        pso, x0, y0, y1, (size_t)width * 3, !grain, [&](const BYTE* first) { runRow = first; },
+        [&](DWORD times) { vector.add(runRow, width, readable, times); });
     if (vector.maybeInk())
         return false;
     sums.addShort((uint64_t)width * height, vector.totals(), scanLine(pso, y1 - 1) + (size_t)x1 * 3);

@@ -62,6 +62,34 @@ TEST(CrossCheck, BitmapAdjustmentMatchesOnPageSizedPictures)
     }
 }
 
+// Lines made of runs from one pixel to a little over a cell long, in a few
+// colours of different brightness, down the columns or along the rows: runs
+// shift one after another along a line, a shift forward can reach the next
+// boundary, and a run can be left empty, so what a scan carries from one cell
+// to the next decides what shifts there.
+TEST(CrossCheck, BitmapAdjustmentMatchesOnLinesOfShortRuns)
+{
+    RandomSurfaces random(23);
+    const PixelColor shades[] = {{0, 0, 0}, {60, 60, 60}, {128, 128, 128}, {200, 200, 200}, imagetest::kWhite};
+    for (int round = 0; round < 1500; ++round) {
+        int rf = random.below(6) + 2;
+        bool down = random.below(2) == 0;
+        LONG along = random.below(12 * rf) + 2 * rf, across = random.below(40) + 6;
+        Surface s(down ? across : along, down ? along : across, BMF_24BPP, random.below(5), random.below(2) == 0);
+        for (LONG line = 0; line < across; ++line) {
+            LONG at = 0;
+            while (at < along) {
+                LONG length = random.below(rf + 2) + 1;
+                PixelColor c = shades[random.below(5)];
+                for (LONG i = at; i < at + length && i < along; ++i)
+                    s.set(down ? line : i, down ? i : line, c);
+                at += length;
+            }
+        }
+        ASSERT_NO_FATAL_FAILURE(adjustsLikeTheReference(s, rf, round));
+    }
+}
+
 // Marks snapped further down the page than the column pass has reached, into
 // columns that held no run to shift until then. Each pair of cell rows lies
 // between grey lines just outside it, and its middle boundary is crossed by

@@ -292,6 +292,16 @@ const DWORD kStretch = 32;
 // A stretch whose every column the sweep follows (ColumnScans::stretchFollowed).
 const BYTE kAllFollowed = 2;
 
+// Columns the 24-bpp sweep compares at once: three vectors of a scan line.
+// Its masks over such a group hold a bit for each column, at bit 3 i for
+// the group's column i, where a mask over the group's bytes has the
+// column's first byte.
+const DWORD kGroup = 16;
+const uint64_t kEveryColumn = 0x249249249249ull;
+
+// The bits of a group's first n columns (n <= kGroup).
+inline uint64_t groupColumns(DWORD n) { return n >= kGroup ? kEveryColumn : kEveryColumn & ((1ull << 3 * n) - 1); }
+
 // What is known of a scan line (ColumnScans::plainLines).
 const BYTE kPlain = 1;       // swept, and of one colour
 const BYTE kWhiteAhead = 2;  // not yet swept, and all white
@@ -409,9 +419,9 @@ struct SweepFlags {
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
 // columns the sweep follows, and which stretches hold one: at 24 bpp those
-// that may hold a run to shift in the cell row the sweep is in (followed24
-// is the same as a mask over runColours), else those that may hold one
-// anywhere. At 24 bpp the sweep
+// that may hold a run to shift in the cell row the sweep is in (a mask per
+// group of columns in followBits), else those that may hold one anywhere
+// (followed). At 24 bpp the sweep
 // also notes the scan lines it found to be of one colour (kPlain in
 // plainLines, one byte each), which the row pass then passes without
 // reading, unless a column's shift repainted them afterwards; and whether
@@ -420,26 +430,31 @@ struct SweepFlags {
 struct ColumnScans {
     RunScan<SurfaceColumn>* scans;
     ColumnScan24* scans24;  // the same memory, for 24-bpp surfaces
+    uint64_t* followBits;
     BYTE* runColours;
     BYTE* followed;
     BYTE* stretchFollowed;  // 0 none, 1 some, kAllFollowed every column
-    BYTE* followed24;
     BYTE* plainLines;
     SweepFlags* flags;
     static uint64_t bytes(DWORD cx, DWORD cy)
     {
-        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 7) + cx / kStretch + 1 + (uint64_t)cy + sizeof(SweepFlags);
+        return (uint64_t)cx * (sizeof(RunScan<SurfaceColumn>) + 4) + ((uint64_t)cx / kGroup + 1) * sizeof(uint64_t) +
+               cx / kStretch + 1 + (uint64_t)cy + sizeof(SweepFlags);
     }
     explicit ColumnScans(void* memory, DWORD cx, DWORD cy)
         : scans(static_cast<RunScan<SurfaceColumn>*>(memory)), scans24(static_cast<ColumnScan24*>(memory)),
-          runColours(reinterpret_cast<BYTE*>(scans + cx)), followed(runColours + (size_t)cx * 3),
-          stretchFollowed(followed + cx), followed24(stretchFollowed + cx / kStretch + 1),
-          plainLines(followed24 + (size_t)cx * 3), flags(reinterpret_cast<SweepFlags*>(plainLines + cy))
+          followBits(reinterpret_cast<uint64_t*>(scans + cx)),
+          runColours(reinterpret_cast<BYTE*>(followBits + cx / kGroup + 1)), followed(runColours + (size_t)cx * 3),
+          stretchFollowed(followed + cx), plainLines(stretchFollowed + cx / kStretch + 1),
+          flags(reinterpret_cast<SweepFlags*>(plainLines + cy))
     {
     }
+    // Whether the 24-bpp sweep follows column x.
+    bool follows(DWORD x) const { return followBits[x / kGroup] >> 3 * (x % kGroup) & 1; }
 };
 
 static_assert(sizeof(ColumnScan24) <= sizeof(RunScan<SurfaceColumn>), "both scans fit the same memory");
+static_assert(sizeof(RunScan<SurfaceColumn>) % alignof(uint64_t) == 0, "the masks after the scans are aligned");
 
 // Column x of a 24-bpp surface.
 inline Line24 column24(SURFOBJ* pso, DWORD x)
@@ -533,21 +548,27 @@ inline void sweepColumn24(SURFOBJ* pso, ColumnScans work, const BYTE* line, DWOR
     putPixel24(work.runColours, x, scan.colour);
 }
 
-// Columns the sweep compares at once: three vectors of a 24-bpp scan line.
-const DWORD kGroup = 16;
-
-// Which of the kGroup columns from x differ from the colours of their runs
-// and are followed: a bit for each, at bit 3 (x' - x) for column x'.
-inline uint64_t groupDiffers(const BYTE* line, const BYTE* runColours, const BYTE* followed24, DWORD x)
+// Which of the kGroup columns from x are the same colour on scan lines a
+// and b: a mask over the group.
+inline uint64_t groupSame(const BYTE* a, const BYTE* b, DWORD x)
 {
     size_t at = (size_t)x * 3;
-    uint64_t differ = 0;
-    for (int i = 0; i < 3; ++i, at += 16) {
-        unsigned part = ~wide::equalMask(line + at, runColours + at) & wide::setMask(followed24 + at);
-        differ |= (uint64_t)(part & 0xFFFF) << (16 * i);
-    }
-    // Any of a column's three bytes: the first one's bit.
-    return (differ | differ >> 1 | differ >> 2) & 0x249249249249ull;
+    uint64_t same = 0;
+    for (int i = 0; i < 3; ++i, at += 16)
+        same |= (uint64_t)(wide::equalMask(a + at, b + at) & 0xFFFF) << (16 * i);
+    // All of a column's three bytes: the first one's bit.
+    return same & same >> 1 & same >> 2 & kEveryColumn;
+}
+
+// The same for the n columns from x, at any place in the line.
+inline uint64_t columnsSame(const BYTE* a, const BYTE* b, DWORD x, DWORD n)
+{
+    if (n >= kGroup)
+        return groupSame(a, b, x);
+    uint64_t same = 0;
+    for (DWORD i = 0; i < n; ++i)
+        same |= (uint64_t)(pixel24(a, x + i) == pixel24(b, x + i)) << 3 * i;
+    return same;
 }
 
 // A 24-bpp scan line of the sweep, sixteen columns at a time against the
@@ -587,12 +608,12 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
             continue;
         DWORD x = x0;
         for (; x + kGroup <= x1; x += kGroup) {
-            uint64_t columns = groupDiffers(line, work.runColours, work.followed24, x);
+            uint64_t columns = ~groupSame(line, work.runColours, x) & work.followBits[x / kGroup];
             for (; columns; columns &= columns - 1)
                 sweepColumn24(pso, work, line, x + (DWORD)__builtin_ctzll(columns) / 3, y, yCellEnd, cy, rf);
         }
         for (; x < x1; ++x)
-            if (work.followed[x] && pixel24(line, x) != pixel24(work.runColours, x))
+            if (work.follows(x) && pixel24(line, x) != pixel24(work.runColours, x))
                 sweepColumn24(pso, work, line, x, y, yCellEnd, cy, rf);
     }
 }
@@ -627,11 +648,19 @@ void forgetPlainLines(ColumnScans work, uint64_t y, DWORD cy, DWORD rf)
 // A run straddles a cell boundary only where the column's pixels either side
 // of it are the same colour, and a run that straddles one begins in the cell
 // row above it and ends in the row below. At 24 bpp the sweep therefore
-// follows a column through a cell row only when the boundary above the row
-// or the one below it joins the column's pixels, and takes the column up
-// again at the top of a row: a boundary that does not join them begins a run
-// there, after the run of the pixel above it, as if no shift had happened.
-// Paper, shapes and smooth pictures join most boundaries; grain, few.
+// follows a column through a cell row only when the boundary at the top of
+// the row joins the column's pixels. Through any other row nothing in the
+// column shifts before the scan has passed the boundary below, and from the
+// row's top on the scan finds the column's own runs, with the colour of the
+// run before each: a shift in the row above repaints nothing below it, and
+// whatever the scan carries across the top, a run that begins there and
+// reaches the boundary below is longer than a cell and stays. So a column
+// is taken up at the top of a row whose boundary joins its pixels, in the
+// run that holds the pixel above, found by looking back up the row before.
+// One the sweep already follows goes on through a row whose boundary below
+// joins its pixels, the scan it has being as good as one taken up there
+// and cheaper. Paper, shapes and smooth pictures join most boundaries;
+// grain, few.
 //
 // The sweep can stop after any scan line and go on later, so that the
 // snapping pass can run ahead of it down the same surface.
@@ -701,8 +730,12 @@ struct ColumnSweep {
     {
         ULONG format = pso->iBitmapFormat;
         if (wideLines) {
-            memset(work.followed, 0, cx);
-            memset(work.stretchFollowed, 0, cx / kStretch + 1);
+            // Every column from the top: the first row has no boundary above to take one up at.
+            for (DWORD x = 0; x < cx; ++x)
+                work.scans24[x].begin(column24(pso, x), rf);
+            for (DWORD g = 0; g <= cx / kGroup; ++g)
+                work.followBits[g] = g < cx / kGroup ? kEveryColumn : groupColumns(cx % kGroup);
+            memset(work.stretchFollowed, kAllFollowed, cx / kStretch + 1);
             memcpy(work.runColours, scanLine(pso, 0), (size_t)cx * 3);
             started = true;
             return;
@@ -715,10 +748,14 @@ struct ColumnSweep {
     }
 
     // At the top of the cell row from scan line top: which columns to follow
-    // through it, and the scans of those taken up.
+    // through it. A column followed through the row above goes on as it is
+    // while either boundary of this row joins its pixels; any other is taken
+    // up only where the boundary above joins them.
     void followRow(DWORD top)
     {
-        const BYTE* above = top > 0 ? scanLine(pso, top - 1) : nullptr;
+        if (top == 0)
+            return;  // every column is followed from the top
+        const BYTE* above = scanLine(pso, top - 1);
         const BYTE* first = scanLine(pso, top);
         DWORD bottom = top + rf;  // the boundary below the row
         const BYTE* last = bottom < cy ? scanLine(pso, bottom - 1) : nullptr;
@@ -727,41 +764,46 @@ struct ColumnSweep {
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
             size_t from = (size_t)x0 * 3, bytes = (size_t)(x1 - x0) * 3;
             // Paper and shapes join a whole stretch at once.
-            bool all = (above && sameBytes(above + from, first + from, bytes)) ||
-                       (below && sameBytes(last + from, below + from, bytes));
-            if (all && work.stretchFollowed[stretch] == kAllFollowed)
+            bool allAbove = sameBytes(above + from, first + from, bytes);
+            if ((allAbove || (below && sameBytes(last + from, below + from, bytes))) &&
+                work.stretchFollowed[stretch] == kAllFollowed)
                 continue;
             BYTE any = 0, every = 1;
-            for (DWORD x = x0; x < x1; ++x) {
-                BYTE follow = all || (above && pixel24(above, x) == pixel24(first, x)) ||
-                              (below && pixel24(last, x) == pixel24(below, x));
-                if (follow && !work.followed[x])
-                    takeUp(x, top);
-                work.followed[x] = follow;
-                memset(work.followed24 + (size_t)x * 3, follow ? 0xFF : 0, 3);
-                any |= follow;
-                every &= follow;
+            for (DWORD x = x0; x < x1; x += kGroup) {
+                DWORD n = x1 - x < kGroup ? x1 - x : kGroup;
+                uint64_t columns = groupColumns(n), was = work.followBits[x / kGroup];
+                uint64_t follow = allAbove ? columns : columnsSame(above, first, x, n);
+                for (uint64_t fresh = follow & ~was; fresh; fresh &= fresh - 1)
+                    takeUpAcross(x + (DWORD)__builtin_ctzll(fresh) / 3, top);
+                if ((was & ~follow) && below)
+                    follow |= was & columnsSame(last, below, x, n);
+                work.followBits[x / kGroup] = follow;
+                any |= follow != 0;
+                every &= follow == columns;
             }
             work.stretchFollowed[stretch] = every ? kAllFollowed : any;
         }
     }
 
-    // The scan of column x taken up at scan line top, after that line: from
-    // the top of the surface, or at the run that begins there.
-    void takeUp(DWORD x, DWORD top)
+    // The scan of column x taken up at scan line top, where the boundary
+    // joins the column's pixels, so that the run there may straddle it. The
+    // column was not followed through the row above: the scan is put where
+    // following it through that row would have left it, in the run that
+    // holds pixel top - 1.
+    void takeUpAcross(DWORD x, DWORD top)
     {
         ColumnScan24& scan = work.scans24[x];
         Line24 column = column24(pso, x);
-        if (top == 0) {
-            scan.begin(column, rf);
-        } else {
-            scan.colour = column.get(top);
-            scan.previous = column.get(top - 1);
-            scan.start = top;
-            scan.pos = top + 1;
-            scan.cellEnd = (uint64_t)top + rf;
-        }
-        putPixel24(work.runColours, x, scan.colour);
+        DWORD rowTop = top - rf, start = top - 1;
+        uint32_t colour = column.get(start);
+        while (start > rowTop && column.get(start - 1) == colour)
+            --start;
+        scan.colour = colour;
+        scan.previous = start > 0 ? column.get(start - 1) : colour;  // the surface's first run is its own previous
+        scan.start = start;
+        scan.pos = start + 1;
+        scan.cellEnd = top;
+        putPixel24(work.runColours, x, colour);
         work.flags->runColoursKnown = 0;
     }
 
@@ -801,7 +843,7 @@ struct ColumnSweep {
     {
         sweepTo(cy);  // cy > 0: the sweep has begun
         for (DWORD x = 0; x < cx; ++x) {
-            if (!work.followed[x])
+            if (wideLines ? !work.follows(x) : !work.followed[x])
                 continue;
             if (wideLines) {
                 work.scans24[x].endAtEdge(column24(pso, x), cy, rf, work.flags->shifted);

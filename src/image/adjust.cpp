@@ -606,15 +606,13 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
         if (!work.stretchFollowed[stretch] ||
             sameBytes(line + (size_t)x0 * 3, work.runColours + (size_t)x0 * 3, (size_t)(x1 - x0) * 3))
             continue;
-        DWORD x = x0;
-        for (; x + kGroup <= x1; x += kGroup) {
-            uint64_t columns = ~groupSame(line, work.runColours, x) & work.followBits[x / kGroup];
+        for (DWORD x = x0; x < x1; x += kGroup) {
+            DWORD n = x1 - x < kGroup ? x1 - x : kGroup;
+            // The mask holds no column past the surface's last.
+            uint64_t columns = ~columnsSame(line, work.runColours, x, n) & work.followBits[x / kGroup];
             for (; columns; columns &= columns - 1)
                 sweepColumn24(pso, work, line, x + (DWORD)__builtin_ctzll(columns) / 3, y, yCellEnd, cy, rf);
         }
-        for (; x < x1; ++x)
-            if (work.follows(x) && pixel24(line, x) != pixel24(work.runColours, x))
-                sweepColumn24(pso, work, line, x, y, yCellEnd, cy, rf);
     }
 }
 

@@ -289,15 +289,13 @@ struct SurfaceColumn {
 // Columns per stretch of the column pass's sweep: 96 bytes of a 24-bpp scan line.
 const DWORD kStretch = 32;
 
-// A stretch whose every column the sweep follows (ColumnScans::stretchFollowed).
-const BYTE kAllFollowed = 2;
-
 // Columns the 24-bpp sweep compares at once: three vectors of a scan line.
 // Its masks over such a group hold a bit for each column, at bit 3 i for
 // the group's column i, where a mask over the group's bytes has the
 // column's first byte.
 const DWORD kGroup = 16;
 const uint64_t kEveryColumn = 0x249249249249ull;
+static_assert(kStretch % kGroup == 0, "a stretch is whole groups");
 
 // The bits of a group's first n columns (n <= kGroup).
 inline uint64_t groupColumns(DWORD n) { return n >= kGroup ? kEveryColumn : kEveryColumn & ((1ull << 3 * n) - 1); }
@@ -418,10 +416,10 @@ struct SweepFlags {
 
 // The working memory of the column pass: a run scan per column, the colours
 // of the columns' runs as one scan line in the surface's format, and which
-// columns the sweep follows, and which stretches hold one: at 24 bpp those
-// that may hold a run to shift in the cell row the sweep is in (a mask per
-// group of columns in followBits), else those that may hold one anywhere
-// (followed). At 24 bpp the sweep
+// columns the sweep follows: at 24 bpp those that may hold a run to shift
+// in the cell row the sweep is in (a mask per group of columns in
+// followBits), else those that may hold one anywhere (followed, and
+// stretchFollowed for the stretches that hold one). At 24 bpp the sweep
 // also notes the scan lines it found to be of one colour (kPlain in
 // plainLines, one byte each), which the row pass then passes without
 // reading, unless a column's shift repainted them afterwards; and whether
@@ -433,7 +431,7 @@ struct ColumnScans {
     uint64_t* followBits;
     BYTE* runColours;
     BYTE* followed;
-    BYTE* stretchFollowed;  // 0 none, 1 some, kAllFollowed every column
+    BYTE* stretchFollowed;  // 1 where a stretch holds a followed column (below 24 bpp)
     BYTE* plainLines;
     SweepFlags* flags;
     static uint64_t bytes(DWORD cx, DWORD cy)
@@ -451,6 +449,22 @@ struct ColumnScans {
     }
     // Whether the 24-bpp sweep follows column x.
     bool follows(DWORD x) const { return followBits[x / kGroup] >> 3 * (x % kGroup) & 1; }
+    // Whether it follows any column of x0 .. x1 - 1, and every one (x0 at
+    // the start of a group).
+    bool followsAny(DWORD x0, DWORD x1) const
+    {
+        uint64_t any = 0;
+        for (DWORD x = x0; x < x1; x += kGroup)
+            any |= followBits[x / kGroup];
+        return any != 0;
+    }
+    bool followsEvery(DWORD x0, DWORD x1) const
+    {
+        for (DWORD x = x0; x < x1; x += kGroup)
+            if (followBits[x / kGroup] != groupColumns(x1 - x < kGroup ? x1 - x : kGroup))
+                return false;
+        return true;
+    }
 };
 
 static_assert(sizeof(ColumnScan24) <= sizeof(RunScan<SurfaceColumn>), "both scans fit the same memory");
@@ -599,11 +613,11 @@ void sweepLine24(SURFOBJ* pso, ColumnScans work, DWORD y, DWORD cx, DWORD cy, DW
     work.plainLines[y] = 0;
     work.flags->runColoursKnown = 0;  // the colours of the runs are about to change
     const uint64_t yCellEnd = ((uint64_t)y / rf + 1) * rf;
-    for (DWORD x0 = 0, stretch = 0; x0 < cx; x0 += kStretch, ++stretch) {
+    for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
         DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
         // A stretch that continues every column's run (paper, mostly) is
         // passed by one comparison of its bytes.
-        if (!work.stretchFollowed[stretch] ||
+        if (!work.followsAny(x0, x1) ||
             sameBytes(line + (size_t)x0 * 3, work.runColours + (size_t)x0 * 3, (size_t)(x1 - x0) * 3))
             continue;
         for (DWORD x = x0; x < x1; x += kGroup) {
@@ -733,7 +747,6 @@ struct ColumnSweep {
                 work.scans24[x].begin(column24(pso, x), rf);
             for (DWORD g = 0; g <= cx / kGroup; ++g)
                 work.followBits[g] = g < cx / kGroup ? kEveryColumn : groupColumns(cx % kGroup);
-            memset(work.stretchFollowed, kAllFollowed, cx / kStretch + 1);
             memcpy(work.runColours, scanLine(pso, 0), (size_t)cx * 3);
             started = true;
             return;
@@ -758,15 +771,13 @@ struct ColumnSweep {
         DWORD bottom = top + rf;  // the boundary below the row
         const BYTE* last = bottom < cy ? scanLine(pso, bottom - 1) : nullptr;
         const BYTE* below = bottom < cy ? scanLine(pso, bottom) : nullptr;
-        for (DWORD x0 = 0, stretch = 0; x0 < cx; x0 += kStretch, ++stretch) {
+        for (DWORD x0 = 0; x0 < cx; x0 += kStretch) {
             DWORD x1 = cx - x0 < kStretch ? cx : x0 + kStretch;
             size_t from = (size_t)x0 * 3, bytes = (size_t)(x1 - x0) * 3;
             // Paper and shapes join a whole stretch at once.
             bool allAbove = sameBytes(above + from, first + from, bytes);
-            if ((allAbove || (below && sameBytes(last + from, below + from, bytes))) &&
-                work.stretchFollowed[stretch] == kAllFollowed)
+            if ((allAbove || (below && sameBytes(last + from, below + from, bytes))) && work.followsEvery(x0, x1))
                 continue;
-            BYTE any = 0, every = 1;
             for (DWORD x = x0; x < x1; x += kGroup) {
                 DWORD n = x1 - x < kGroup ? x1 - x : kGroup;
                 uint64_t columns = groupColumns(n), was = work.followBits[x / kGroup];
@@ -776,10 +787,7 @@ struct ColumnSweep {
                 if ((was & ~follow) && below)
                     follow |= was & columnsSame(last, below, x, n);
                 work.followBits[x / kGroup] = follow;
-                any |= follow != 0;
-                every &= follow == columns;
             }
-            work.stretchFollowed[stretch] = every ? kAllFollowed : any;
         }
     }
 
@@ -841,12 +849,13 @@ struct ColumnSweep {
     {
         sweepTo(cy);  // cy > 0: the sweep has begun
         for (DWORD x = 0; x < cx; ++x) {
-            if (wideLines ? !work.follows(x) : !work.followed[x])
-                continue;
             if (wideLines) {
-                work.scans24[x].endAtEdge(column24(pso, x), cy, rf, work.flags->shifted);
+                if (work.follows(x))
+                    work.scans24[x].endAtEdge(column24(pso, x), cy, rf, work.flags->shifted);
                 continue;
             }
+            if (!work.followed[x])
+                continue;
             RunScan<SurfaceColumn>& scan = work.scans[x];
             scan.pos = scan.pos < cy ? cy : scan.pos;
             scan.advance(SurfaceColumn{pso, x}, cy, cy, rf);
